@@ -1,0 +1,23 @@
+#ifndef PELKO_PLATFORM_LOGIN_CONTEXT_H
+#define PELKO_PLATFORM_LOGIN_CONTEXT_H
+
+#include <string>
+
+namespace pelkoapi {
+
+/// The client's login state. A host links its own definitions, or takes the ones of pelko_platform.
+class LoginContext {
+public:
+    static LoginContext* getInstance();
+
+    /// The logged-in user's account name.
+    const std::string& getUserName() const;
+    void setUserName(const std::string& userName);
+
+private:
+    std::string mUserName;
+};
+
+}  // namespace pelkoapi
+
+#endif  // PELKO_PLATFORM_LOGIN_CONTEXT_H

@@ -1,0 +1,238 @@
+#include "classes/sqlite/CppSQLite3.h"
+
+#include <sqlite3.h>
+
+#include <cstring>
+#include <memory>
+
+namespace pelkoapi {
+
+namespace {
+
+struct StatementFinalizer {
+    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+};
+using Statement = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
+
+[[noreturn]] void throwMisuse(const char* message) {
+    throw CppSQLite3Exception(SQLITE_MISUSE, message, false);
+}
+
+[[noreturn]] void throwLastError(sqlite3* db) {
+    throw CppSQLite3Exception(sqlite3_errcode(db), sqlite3_errmsg(db), false);
+}
+
+/// Prepares the first statement of the text and moves the text on to what follows it.
+/// @return null when the text holds nothing but blanks, comments and semicolons
+Statement prepareNext(sqlite3* db, const char*& sql) {
+    sqlite3_stmt* statement = nullptr;
+    while (statement == nullptr && *sql != '\0') {
+        if (sqlite3_prepare_v2(db, sql, -1, &statement, &sql) != SQLITE_OK) {
+            throwLastError(db);
+        }
+    }
+    return Statement(statement);
+}
+
+Statement prepareOnly(sqlite3* db, const char* sql) {
+    if (db == nullptr) {
+        throwMisuse("the database is not open");
+    }
+    if (sql == nullptr) {
+        throwMisuse("there is no statement");
+    }
+    Statement statement = prepareNext(db, sql);
+    if (!statement) {
+        throwMisuse("there is no statement");
+    }
+    if (prepareNext(db, sql)) {
+        throwMisuse("there is more than one statement");
+    }
+    return statement;
+}
+
+/// Steps the statement. @return whether it met a row
+bool step(sqlite3* db, sqlite3_stmt* statement) {
+    switch (sqlite3_step(statement)) {
+        case SQLITE_ROW:
+            return true;
+        case SQLITE_DONE:
+            return false;
+        default:
+            throwLastError(db);
+    }
+}
+
+}  // namespace
+
+CppSQLite3Exception::CppSQLite3Exception(int code, const char* message, bool releaseMessage)
+    : mnErrCode(code & 0xff), mpszErrMess(sqlite3_mprintf("%s", message)) {
+    if (releaseMessage) {
+        sqlite3_free(const_cast<char*>(message));
+    }
+}
+
+CppSQLite3Exception::CppSQLite3Exception(const CppSQLite3Exception& other) noexcept
+    : std::exception(other),
+      mnErrCode(other.mnErrCode),
+      mpszErrMess(sqlite3_mprintf("%s", other.mpszErrMess)) {
+}
+
+CppSQLite3Exception& CppSQLite3Exception::operator=(const CppSQLite3Exception& other) noexcept {
+    if (this != &other) {
+        sqlite3_free(mpszErrMess);
+        mnErrCode = other.mnErrCode;
+        mpszErrMess = sqlite3_mprintf("%s", other.mpszErrMess);
+    }
+    return *this;
+}
+
+CppSQLite3Exception::~CppSQLite3Exception() {
+    sqlite3_free(mpszErrMess);
+}
+
+const char* CppSQLite3Exception::errorMessage() const noexcept {
+    return mpszErrMess != nullptr ? mpszErrMess : sqlite3_errstr(mnErrCode);
+}
+
+CppSQLite3Query::CppSQLite3Query(sqlite3* db, sqlite3_stmt* vm, bool eof, bool ownVM)
+    : mpDB(db), mpVM(vm), mbEof(eof), mnCols(sqlite3_column_count(vm)), mbOwnVM(ownVM) {
+}
+
+CppSQLite3Query::CppSQLite3Query(const CppSQLite3Query& other) noexcept {
+    takeFrom(other);
+}
+
+CppSQLite3Query& CppSQLite3Query::operator=(const CppSQLite3Query& other) noexcept {
+    if (this != &other) {
+        finalize();
+        takeFrom(other);
+    }
+    return *this;
+}
+
+CppSQLite3Query::~CppSQLite3Query() {
+    finalize();
+}
+
+void CppSQLite3Query::takeFrom(const CppSQLite3Query& other) noexcept {
+    mpDB = other.mpDB;
+    mpVM = other.mpVM;
+    mbEof = other.mbEof;
+    mnCols = other.mnCols;
+    mbOwnVM = other.mbOwnVM;
+    other.mpVM = nullptr;
+    other.mbEof = true;
+    other.mnCols = 0;
+    other.mbOwnVM = false;
+}
+
+void CppSQLite3Query::nextRow() {
+    if (mbEof) {
+        return;  // a finished statement would start over
+    }
+    mbEof = true;
+    mbEof = !step(mpDB, mpVM);
+}
+
+int CppSQLite3Query::indexOf(const char* column) const {
+    for (int i = 0; i < mnCols; ++i) {
+        const char* const name = sqlite3_column_name(mpVM, i);
+        if (name != nullptr && std::strcmp(name, column) == 0) {
+            return i;
+        }
+    }
+    throw CppSQLite3Exception(SQLITE_ERROR, sqlite3_mprintf("no such column in the result: %s", column),
+                              true);
+}
+
+bool CppSQLite3Query::isNull(int column) const {
+    if (column < 0 || column >= mnCols) {
+        throw CppSQLite3Exception(SQLITE_RANGE, sqlite3_mprintf("no column %d in the result", column), true);
+    }
+    return sqlite3_column_type(mpVM, column) == SQLITE_NULL;
+}
+
+int CppSQLite3Query::getIntField(int column, int nullValue) const {
+    return mbEof || isNull(column) ? nullValue : sqlite3_column_int(mpVM, column);
+}
+
+int CppSQLite3Query::getIntField(const char* column, int nullValue) const {
+    return mbEof ? nullValue : getIntField(indexOf(column), nullValue);
+}
+
+long long CppSQLite3Query::getInt64Field(int column, long long nullValue) const {
+    return mbEof || isNull(column) ? nullValue : sqlite3_column_int64(mpVM, column);
+}
+
+long long CppSQLite3Query::getInt64Field(const char* column, long long nullValue) const {
+    return mbEof ? nullValue : getInt64Field(indexOf(column), nullValue);
+}
+
+const char* CppSQLite3Query::getStringField(const char* column, const char* nullValue) const {
+    if (mbEof) {
+        return nullValue;
+    }
+    const int index = indexOf(column);
+    if (isNull(index)) {
+        return nullValue;
+    }
+    const unsigned char* const text = sqlite3_column_text(mpVM, index);
+    if (text == nullptr) {
+        throw CppSQLite3Exception(SQLITE_NOMEM, sqlite3_errstr(SQLITE_NOMEM), false);
+    }
+    return reinterpret_cast<const char*>(text);
+}
+
+void CppSQLite3Query::finalize() noexcept {
+    if (mbOwnVM) {
+        sqlite3_finalize(mpVM);  // its result repeats the last step's, which has been reported
+    }
+    mpVM = nullptr;
+    mbEof = true;
+    mnCols = 0;
+    mbOwnVM = false;
+}
+
+CppSQLite3DB::~CppSQLite3DB() {
+    close();
+}
+
+void CppSQLite3DB::open(const char* path) {
+    close();
+    if (path == nullptr || *path == '\0') {
+        throw CppSQLite3Exception(SQLITE_CANTOPEN, "unable to open database file: it has no name", false);
+    }
+    try {
+        if (sqlite3_open_v2(path, &mpDB, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr) != SQLITE_OK) {
+            throwLastError(mpDB);
+        }
+        sqlite3_busy_timeout(mpDB, mnBusyTimeoutMs);
+        // SQLite reads nothing of a file before the first statement: this one fails where there is no
+        // database in it.
+        execQuery("PRAGMA schema_version");
+    } catch (const CppSQLite3Exception&) {
+        close();
+        throw;
+    }
+}
+
+void CppSQLite3DB::close() noexcept {
+    sqlite3_close_v2(mpDB);
+    mpDB = nullptr;
+}
+
+int CppSQLite3DB::execDML(const char* sql) {
+    const Statement statement = prepareOnly(mpDB, sql);
+    while (step(mpDB, statement.get())) {
+    }
+    return sqlite3_changes(mpDB);
+}
+
+CppSQLite3Query CppSQLite3DB::execQuery(const char* sql) {
+    Statement statement = prepareOnly(mpDB, sql);
+    const bool eof = !step(mpDB, statement.get());
+    return {mpDB, statement.release(), eof};
+}
+
+}  // namespace pelkoapi

@@ -1,0 +1,119 @@
+#ifndef PELKO_SQLITE_CPPSQLITE3_H
+#define PELKO_SQLITE_CPPSQLITE3_H
+
+#include <exception>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace pelkoapi {
+
+/// An error of SQLite or of this layer: a primary result code of SQLite and a message.
+class CppSQLite3Exception : public std::exception {
+public:
+    /// @param code            an SQLite result code; only its primary part is kept
+    /// @param message         copied; null reads as the empty message
+    /// @param releaseMessage  true hands the message over: it is released with sqlite3_free() once copied
+    CppSQLite3Exception(int code, const char* message, bool releaseMessage);
+    CppSQLite3Exception(const CppSQLite3Exception& other) noexcept;
+    CppSQLite3Exception& operator=(const CppSQLite3Exception& other) noexcept;
+    ~CppSQLite3Exception() override;
+
+    int errorCode() const noexcept { return mnErrCode; }
+    /// Never null; valid as long as the exception.
+    const char* errorMessage() const noexcept;
+    const char* what() const noexcept override { return errorMessage(); }
+
+private:
+    int mnErrCode;
+    char* mpszErrMess;  // owned, from sqlite3_mprintf(); null when memory ran out while copying
+};
+
+/// A running statement and its current row. It finalizes its statement when it is destroyed. Copying or
+/// moving it hands the statement over, so that it is finalized exactly once: the source is left at eof with
+/// nothing to finalize. One thread at a time.
+class CppSQLite3Query {
+public:
+    /// A cursor over nothing: at eof.
+    CppSQLite3Query() = default;
+    /// Takes over a stepped statement. @param eof whether the step met no row
+    /// @param ownVM whether the cursor finalizes the statement
+    CppSQLite3Query(sqlite3* db, sqlite3_stmt* vm, bool eof, bool ownVM = true);
+    CppSQLite3Query(const CppSQLite3Query& other) noexcept;
+    CppSQLite3Query& operator=(const CppSQLite3Query& other) noexcept;
+    virtual ~CppSQLite3Query();
+
+    /// True when there is no current row.
+    bool eof() const { return mbEof; }
+    /// Steps to the next row; at eof after the last, and stays there.
+    /// @throws CppSQLite3Exception when the step fails; the cursor is then at eof
+    void nextRow();
+
+    // The column's value in the current row, converted as SQLite converts it; nullValue when it is NULL or
+    // when there is no current row. Columns are named as in the result, or counted from 0.
+    // They throw CppSQLite3Exception when the current row has no such column.
+
+    int getIntField(const char* column, int nullValue) const;
+    int getIntField(int column, int nullValue) const;
+    long long getInt64Field(const char* column, long long nullValue) const;
+    long long getInt64Field(int column, long long nullValue) const;
+    /// Valid until the cursor moves or is finalized.
+    const char* getStringField(const char* column, const char* nullValue) const;
+
+    /// Releases the statement; the cursor is at eof afterwards. May be called more than once.
+    void finalize() noexcept;
+
+private:
+    int indexOf(const char* column) const;
+    bool isNull(int column) const;
+    void takeFrom(const CppSQLite3Query& other) noexcept;
+
+    // Mutable, because copying from a const cursor takes its statement too.
+    mutable sqlite3* mpDB = nullptr;
+    mutable sqlite3_stmt* mpVM = nullptr;
+    mutable bool mbEof = true;
+    mutable int mnCols = 0;
+    mutable bool mbOwnVM = false;
+};
+
+/// A connection to one database file. Every failure of SQLite is thrown as CppSQLite3Exception; nothing is
+/// logged here. One thread at a time.
+class CppSQLite3DB {
+public:
+    /// A closed connection.
+    CppSQLite3DB() = default;
+    CppSQLite3DB(const CppSQLite3DB&) = delete;
+    CppSQLite3DB& operator=(const CppSQLite3DB&) = delete;
+    /// Closes the connection if it is open.
+    virtual ~CppSQLite3DB();
+
+    /// Opens the database file, making it if it is missing; an open connection is closed first.
+    /// @param path  UTF-8; null or empty is an error, since a nameless database would vanish at close
+    /// @throws CppSQLite3Exception when the file cannot be opened or is not an SQLite database; the
+    ///         connection is then closed
+    void open(const char* path);
+
+    /// Closes the connection if it is open. Cursors that are still alive stay valid; the file is let go with
+    /// the last of them.
+    void close() noexcept;
+
+    bool checkDBIsOpen() const noexcept { return mpDB != nullptr; }
+
+    /// Runs exactly one statement to its end; rows that it returns are passed over.
+    /// @return SQLite's change count after it: the rows changed by this statement if it is an INSERT, UPDATE
+    ///         or DELETE, otherwise still the count of the last such statement
+    /// @throws CppSQLite3Exception on any error, and before anything runs when there is more than one
+    ///         statement, or none
+    int execDML(const char* sql);
+
+    /// Prepares exactly one statement and steps to its first row. @throws as execDML
+    CppSQLite3Query execQuery(const char* sql);
+
+private:
+    sqlite3* mpDB = nullptr;
+    int mnBusyTimeoutMs = 5000;  // how long a statement waits for another process's lock
+};
+
+}  // namespace pelkoapi
+
+#endif  // PELKO_SQLITE_CPPSQLITE3_H

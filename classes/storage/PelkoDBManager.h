@@ -1,0 +1,192 @@
+#ifndef PELKO_STORAGE_PELKO_DB_MANAGER_H
+#define PELKO_STORAGE_PELKO_DB_MANAGER_H
+
+#include <deque>
+#include <list>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "PelkoChatTarget.h"
+#include "PelkoMessage.h"
+#include "classes/sqlite/CppSQLite3.h"
+#include "classes/storage/PelkoSession.h"
+#include "classes/storage/PelkoTypes.h"
+
+namespace pelkoapi {
+
+/// The store of one account: the single owner of its db.dat.
+///
+/// Call getInstance(), then setUp() once the logged-in user's data root is known, then any operation, and
+/// tearDown() when the file is to be closed. Everything runs on the caller's thread; callers serialise.
+///
+/// What holds for every operation that says nothing else:
+/// - While no database is open it logs "db is not ready(…)" and returns its neutral result.
+/// - On a database error it logs "… failed, exception in (…)" with its own name and returns its neutral
+/// result.
+///   Other exceptions (std::bad_alloc) pass on.
+/// - The neutral result is false, 0, a default record, or the caller's list as it stands.
+/// - A write reports whether at least one row changed.
+/// - List readers add to the caller's list and do not clear it.
+/// - No operation opens a transaction; bulk saves are as many single writes.
+/// - A string is stored up to its first NUL byte.
+class PelkoDBManager {
+public:
+    // ---- lifecycle: PelkoDBManager.cpp
+
+    /// The one manager, made at the first call and never destroyed by the library.
+    static PelkoDBManager* getInstance();
+
+    PelkoDBManager(const PelkoDBManager&) = delete;
+    PelkoDBManager& operator=(const PelkoDBManager&) = delete;
+    virtual ~PelkoDBManager();
+
+    /// Opens "db.dat" in the logged-in user's data root, makes missing tables and repairs states that a
+    /// previous run left behind. An open database is closed first, with a log line.
+    /// @return false, logged, when the file cannot be opened or is no database; the manager is then closed
+    bool setUp();
+
+    /// Closes the database; nothing happens when none is open.
+    void tearDown();
+
+    /// Runs "BEGIN TRANSACTION;".
+    /// @return whether SQLite's change count, which a BEGIN does not touch, is non-zero: false says only that
+    ///         no row has been changed by the statement before
+    /// @throws CppSQLite3Exception when the statement fails, as within a transaction
+    bool beginTransaction();
+
+    /// Runs "COMMIT TRANSACTION;". Result and exceptions as beginTransaction(); there is no rollback.
+    bool commiteTransaction();
+
+    /// The text with every single quote doubled, for a place between single quotes of a statement.
+    std::string transStringQuote(const std::string& text) const;
+
+    /// Whether any row of the table meets the WHERE condition. Both enter the statement as they are.
+    bool checkIfRecordExist(const char* table, const char* condition);
+
+    /// How many rows of the table meet the WHERE condition. Both enter the statement as they are.
+    int queryCount(const char* table, const char* condition);
+
+    // ---- messages: Messages.cpp
+
+    /// Stores the message and writes its new row id to `dbID`. When its service id (not 0) is stored already,
+    /// it is passed to updateMessage() instead and `dbID` is left alone.
+    /// @return true when stored or known; whether the update of a known one changed anything is not told
+    bool insertMessage(PelkoMessage* message);
+
+    /// Writes the service id, date, paths, url, states and extra text of the row that `dbID` names. Kind,
+    /// text, media kind, duration and parties are fixed at insertion.
+    bool updateMessage(const PelkoMessage& message);
+
+    /// insertMessage() for each. @return how many of them reported true
+    uint saveMessageList(std::vector<PelkoMessage>& messages);
+
+    /// The message of that row id; a default message when there is none.
+    PelkoMessage getMessage(s64 dbID);
+
+    /// The message of that service id if it is unread, read or sent; otherwise a default message.
+    PelkoMessage getReceivedMessage(s64 msgID);
+
+    /// Whether a message of that service id is stored; false for ids below 1.
+    bool ifMsgIDExist(s64 msgID);
+
+    bool updateMessageStatus(s64 dbID, PelkoMessageStatus status);
+    bool updateMessageMediaStatus(s64 dbID, PelkoMediaStatus mediaStatus);
+
+    // ---- conversations: Conversations.cpp
+
+    /// Puts the newest messages of the conversation, oldest first, in front of what `messages` holds.
+    /// @param count  at most so many; 0 returns false
+    /// @return true also when there are none
+    bool getLatestMessages(const PelkoChatTarget& target, uint count, std::deque<PelkoMessage>& messages);
+
+    /// The same for the messages that are not later, by date alone, than the one with row id `dbID`; that one
+    /// itself is left out.
+    /// @param dbID  row id of the anchor; below 1 returns false, an unknown one finds no messages
+    bool getHistoryMessages(const PelkoChatTarget& target, s64 dbID, uint count,
+                            std::deque<PelkoMessage>& messages);
+
+    /// Marks the unread messages of the conversation read. @return true when the statement ran
+    bool clearUnreadStatus(const PelkoChatTarget& target);
+
+    uint getUnreadCountOfTarget(const PelkoChatTarget& target);
+
+    /// The unread messages whose receiver is of one of these kinds; 0 for an empty list.
+    uint getUnreadCountOfTypes(std::vector<PelkoChatTargetType>& types);
+
+    uint getTotalUnreadCount();
+
+    // ---- sessions: Sessions.cpp
+
+    /// Adds the stored sessions, in the database's own order, to the end of the list: `isTop`, `priority`,
+    /// `target` and, looked up by the low 32 bits of its stored row id, `lastMsg`.
+    bool loadSessionList(std::list<PelkoSession>& sessions);
+
+    /// Inserts the session's row; false when the target has one. The pin flag and the last message's row id
+    /// change places in the new row, a lasting property of the format: insert a session without either, then
+    /// call markSessionIsTop() and updateSessionLastMsg(), which write the right columns.
+    bool insertNewSession(const PelkoSession& session);
+
+    /// Deletes the session's row; its messages stay.
+    bool deleteSession(const PelkoChatTarget& target);
+
+    /// Sets pinning and priority of an existing session.
+    bool markSessionIsTop(const PelkoChatTarget& target, bool isTop, int priority);
+
+    /// Sets the last message of an existing session. @param msgID  the message's row id (`dbID`)
+    bool updateSessionLastMsg(const PelkoChatTarget& target, s64 msgID);
+
+private:
+    friend struct PelkoDBManagerTestAccess;
+
+    PelkoDBManager();
+
+    // ---- lifecycle
+    std::string getDBPath();
+    bool isDBReady() const;
+    /// isDBReady(), logged when it is not. @param line  the caller's source line
+    bool checkReady(const char* operation, int line = __builtin_LINE()) const;
+    /// The connection, open or not. @throws CppSQLite3Exception when there is none
+    CppSQLite3DB& connection();
+    /// Runs a writing statement under the failure convention. @return whether it changed a row
+    bool execChanging(const char* operation, const std::string& statement);
+
+    // ---- schema: Schema.cpp
+    void createTablesIfNotExist();
+    bool createTable(const char* operation, const std::string& statement);
+    bool createMsgTable();
+    bool createRelationshipTable();
+    bool createUserTable();
+    bool createRoomTable();
+    bool createGroupTable();
+    bool createGroupListTable();
+    bool createSessionTable();
+    bool createNotifyTable();
+    bool createLastMsgIdTable();
+    bool createMsgConfigTable();
+    bool createConfigTable();
+
+    // ---- upgrade: Upgrade.cpp
+    void nessesaryUpdate();
+
+    // ---- target keys: TargetKeys.cpp
+    std::string getTargetUniqueID(const PelkoChatTarget& target) const;
+    PelkoChatTarget targetFromTypeAndID(PelkoChatTargetType type, const char* id) const;
+
+    // ---- messages
+    PelkoMessage createMsgFromQuery(CppSQLite3Query& query);
+    PelkoMessage firstMessage(const char* operation, const std::string& statement);
+    bool updateMessageColumn(const char* operation, const char* column, int value, s64 dbID);
+
+    // ---- conversations
+    std::string conditionSqlWithTarget(const PelkoChatTarget& target) const;
+    bool readPage(const char* operation, const std::string& statement, std::deque<PelkoMessage>& messages);
+
+    std::unique_ptr<CppSQLite3DB> mpDB;  // null while no database is open
+
+    static PelkoDBManager* sharedInstance;
+};
+
+}  // namespace pelkoapi
+
+#endif  // PELKO_STORAGE_PELKO_DB_MANAGER_H

@@ -1,0 +1,35 @@
+#ifndef PELKO_STORAGE_PELKO_SESSION_H
+#define PELKO_STORAGE_PELKO_SESSION_H
+
+#include <deque>
+#include <vector>
+
+#include "PelkoChatTarget.h"
+#include "PelkoMessage.h"
+
+namespace pelkoapi {
+
+/// A conversation in the session list. A plain value. The store keeps and restores `isTop`, `priority`,
+/// `target` and `lastMsg`; everything else belongs to the client's session logic.
+class PelkoSession {
+public:
+    bool isTop = false;  ///< pinned to the top
+    unsigned int pageIndex = 0;
+    int priority = 0;  ///< order among pinned sessions
+    long long lastMsgId = 0;
+    bool requestingHistory = false;
+    bool autoRequestHistory = false;
+    bool needUpdate = false;
+    PelkoMessage lastMsg;    ///< the newest message of the conversation
+    PelkoChatTarget target;  ///< the peer
+    std::vector<PelkoUser> memberList;
+    std::vector<PelkoUser> curPageMemberList;
+
+private:
+    std::deque<PelkoMessage> mMessageList;
+    [[maybe_unused]] bool isClosed = false;
+};
+
+}  // namespace pelkoapi
+
+#endif  // PELKO_STORAGE_PELKO_SESSION_H

@@ -1,0 +1,51 @@
+#include "classes/platform/FileUtil.h"
+#include "classes/platform/StringFormatUtil.h"
+#include "classes/storage/FailureConvention.h"
+#include "classes/storage/PelkoDBManager.h"
+#include "classes/storage/SqlNames.h"
+
+// Repairs states that cannot be true any more once the file is opened afresh: what was under way when the
+// previous run ended.
+
+namespace pelkoapi {
+
+void PelkoDBManager::nessesaryUpdate() {
+    constexpr const char* operation = "nessesaryUpdate";
+
+    // Interrupted media transfers: the file tells how they ended.
+    withFailureLogged(operation, false, [&] {
+        CppSQLite3Query query = connection().execQuery(
+            StringFormatUtil::string_format(
+                "SELECT %s, %s, %s, %s FROM %s WHERE %s in (%d, %d) and %s in (%d, %d)", sql::dbId, sql::type,
+                sql::mediaPath, sql::exMediaPath, sql::tblMsg, sql::mediaStatus, PelkoMediaStatusDownloading,
+                PelkoMediaStatusDownloadFailed, sql::type, PelkoMessageTypeAudio, PelkoMessageTypeImage)
+                .c_str());
+        while (!query.eof()) {
+            // An image is complete when its second file is there.
+            const bool isAudio = query.getIntField(sql::type, 0) == PelkoMessageTypeAudio;
+            const char* const path = query.getStringField(isAudio ? sql::mediaPath : sql::exMediaPath, "");
+            const bool present = FileUtil::exist(FileUtil::getFullPath(path));
+            updateMessageMediaStatus(query.getInt64Field(sql::dbId, 0),
+                                     present ? PelkoMediaStatusDownloaded : PelkoMediaStatusDownloadFailed);
+            query.nextRow();
+        }
+        query.finalize();
+        return true;
+    });
+
+    // Interrupted sends: they failed.
+    withFailureLogged(operation, false, [&] {
+        CppSQLite3Query query = connection().execQuery(
+            StringFormatUtil::string_format("SELECT %s FROM %s WHERE %s = %d", sql::dbId, sql::tblMsg,
+                                            sql::status, PelkoMessageStatusSending)
+                .c_str());
+        while (!query.eof()) {
+            updateMessageStatus(query.getInt64Field(sql::dbId, 0), PelkoMessageStatusSendingFailed);
+            query.nextRow();
+        }
+        query.finalize();
+        return true;
+    });
+}
+
+}  // namespace pelkoapi
