@@ -49,11 +49,11 @@ bool isInside(const fs::path& folder, const fs::path& root) {
 /// system too, since on some of them "DB.DAT" opens db.dat.
 bool isDatabaseFile(const fs::path& folder, const fs::path& fileName) {
     const std::string name = fileName.u8string();
-    if (name == "db.dat" || name.rfind("db.dat-", 0) == 0) {
-        return true;
-    }
     constexpr std::array<const char*, 4> databaseFiles = {"db.dat", "db.dat-journal", "db.dat-wal",
                                                           "db.dat-shm"};
+    if (std::find(databaseFiles.begin(), databaseFiles.end(), name) != databaseFiles.end()) {
+        return true;
+    }
     return std::any_of(databaseFiles.begin(), databaseFiles.end(), [&](const char* database) {
         std::error_code ignored;
         return fs::equivalent(folder / fileName, folder / database, ignored);
@@ -62,7 +62,8 @@ bool isDatabaseFile(const fs::path& folder, const fs::path& fileName) {
 
 #ifndef _WIN32
 bool createPrivateFile(const fs::path& path, bool overwrite) {
-    const int flags = O_WRONLY | O_CREAT | O_CLOEXEC | (overwrite ? O_TRUNC : 0);
+    // Without O_NONBLOCK a pipe in the file's place would be waited for.
+    const int flags = O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK | (overwrite ? O_TRUNC : 0);
     const int descriptor = ::open(path.c_str(), flags, 0600);
     return descriptor >= 0 && ::close(descriptor) == 0;
 }

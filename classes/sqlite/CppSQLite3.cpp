@@ -18,49 +18,92 @@ using Statement = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
     throw CppSQLite3Exception(SQLITE_MISUSE, message, false);
 }
 
-[[noreturn]] void throwLastError(sqlite3* db) {
-    throw CppSQLite3Exception(sqlite3_errcode(db), sqlite3_errmsg(db), false);
+[[noreturn]] void throwError(sqlite3* db, int code) {
+    // A connection that was closed under a cursor has no message any more.
+    const bool told = (sqlite3_errcode(db) & 0xff) == (code & 0xff);
+    throw CppSQLite3Exception(code, told ? sqlite3_errmsg(db) : sqlite3_errstr(code), false);
 }
 
-/// Prepares the first statement of the text and moves the text on to what follows it.
-/// @return null when the text holds nothing but blanks, comments and semicolons
-Statement prepareNext(sqlite3* db, const char*& sql) {
-    sqlite3_stmt* statement = nullptr;
-    while (statement == nullptr && *sql != '\0') {
-        if (sqlite3_prepare_v2(db, sql, -1, &statement, &sql) != SQLITE_OK) {
-            throwLastError(db);
-        }
+/// Where the quoted text or comment that begins here ends; the same place if none begins here.
+const char* skipQuotedOrComment(const char* sql) {
+    const auto pastNext = [](const char* from, const char* end) {
+        const char* const found = std::strstr(from, end);
+        return found != nullptr ? found + std::strlen(end) : from + std::strlen(from);
+    };
+    switch (*sql) {
+        case '\'':
+            return pastNext(sql + 1, "'");
+        case '"':
+            return pastNext(sql + 1, "\"");
+        case '`':
+            return pastNext(sql + 1, "`");
+        case '[':
+            return pastNext(sql + 1, "]");
+        case '-':
+            return sql[1] == '-' ? pastNext(sql, "\n") : sql;
+        case '/':
+            return sql[1] == '*' ? pastNext(sql + 2, "*/") : sql;
+        default:
+            return sql;
     }
-    return Statement(statement);
+}
+
+/// Past blanks, comments and semicolons, which are no statement.
+const char* skipToStatement(const char* sql) {
+    for (;;) {
+        const char* const rest =
+            *sql == '-' || *sql == '/' ? skipQuotedOrComment(sql) : sql + std::strspn(sql, " \t\n\f\r;");
+        if (rest == sql) {
+            return sql;
+        }
+        sql = rest;
+    }
+}
+
+/// The semicolon that ends the statement, or the end of the text. Not for CREATE TRIGGER, which holds some.
+const char* endOfStatement(const char* sql) {
+    while (*sql != '\0' && *sql != ';') {
+        const char* const rest = skipQuotedOrComment(sql);
+        sql = rest != sql ? rest : sql + 1;
+    }
+    return sql;
+}
+
+[[noreturn]] void throwMoreThanOne() {
+    throwMisuse("there is more than one statement");
 }
 
 Statement prepareOnly(sqlite3* db, const char* sql) {
     if (db == nullptr) {
         throwMisuse("the database is not open");
     }
-    if (sql == nullptr) {
+    if (sql == nullptr || *skipToStatement(sql) == '\0') {
         throwMisuse("there is no statement");
     }
-    Statement statement = prepareNext(db, sql);
-    if (!statement) {
-        throwMisuse("there is no statement");
+    sql = skipToStatement(sql);
+    // Some PRAGMAs act while they are prepared, so what follows one is looked at before.
+    if (sqlite3_strnicmp(sql, "pragma", 6) == 0 && *skipToStatement(endOfStatement(sql)) != '\0') {
+        throwMoreThanOne();
     }
-    if (prepareNext(db, sql)) {
-        throwMisuse("there is more than one statement");
+    sqlite3_stmt* raw = nullptr;
+    const int result = sqlite3_prepare_v2(db, sql, -1, &raw, &sql);
+    Statement statement(raw);
+    if (result != SQLITE_OK) {
+        throwError(db, result);
+    }
+    if (*skipToStatement(sql) != '\0') {
+        throwMoreThanOne();
     }
     return statement;
 }
 
 /// Steps the statement. @return whether it met a row
 bool step(sqlite3* db, sqlite3_stmt* statement) {
-    switch (sqlite3_step(statement)) {
-        case SQLITE_ROW:
-            return true;
-        case SQLITE_DONE:
-            return false;
-        default:
-            throwLastError(db);
+    const int result = sqlite3_step(statement);
+    if (result != SQLITE_ROW && result != SQLITE_DONE) {
+        throwError(db, result);
     }
+    return result == SQLITE_ROW;
 }
 
 }  // namespace
@@ -204,13 +247,14 @@ void CppSQLite3DB::open(const char* path) {
         throw CppSQLite3Exception(SQLITE_CANTOPEN, "unable to open database file: it has no name", false);
     }
     try {
-        if (sqlite3_open_v2(path, &mpDB, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr) != SQLITE_OK) {
-            throwLastError(mpDB);
+        const int result = sqlite3_open_v2(path, &mpDB, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+        if (result != SQLITE_OK) {
+            throwError(mpDB, result);
         }
         sqlite3_busy_timeout(mpDB, mnBusyTimeoutMs);
         // SQLite reads nothing of a file before the first statement: this one fails where there is no
-        // database in it.
-        execQuery("PRAGMA schema_version");
+        // database in it, or one whose schema cannot be read.
+        execQuery("SELECT 1 FROM sqlite_master LIMIT 1");
     } catch (const CppSQLite3Exception&) {
         close();
         throw;

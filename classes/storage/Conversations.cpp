@@ -82,14 +82,11 @@ bool PelkoDBManager::clearUnreadStatus(const PelkoChatTarget& target) {
     if (!checkReady("clearUnreadStatus")) {
         return false;
     }
-    return withFailureLogged("clearUnreadStatus", false, [&] {
-        connection().execDML(StringFormatUtil::string_format("UPDATE %s SET %s = %d WHERE %s AND %s = %d",
-                                                             sql::tblMsg, sql::status, PelkoMessageStatusRead,
-                                                             conditionSqlWithTarget(target).c_str(),
-                                                             sql::status, PelkoMessageStatusUnread)
-                                 .c_str());
-        return true;
-    });
+    return execSucceeds("clearUnreadStatus",
+                        StringFormatUtil::string_format("UPDATE %s SET %s = %d WHERE %s AND %s = %d",
+                                                        sql::tblMsg, sql::status, PelkoMessageStatusRead,
+                                                        conditionSqlWithTarget(target).c_str(), sql::status,
+                                                        PelkoMessageStatusUnread));
 }
 
 uint PelkoDBManager::getUnreadCountOfTarget(const PelkoChatTarget& target) {

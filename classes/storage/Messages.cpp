@@ -12,7 +12,7 @@
 namespace pelkoapi {
 
 bool PelkoDBManager::insertMessage(PelkoMessage* message) {
-    if (!checkReady("insertMessage")) {
+    if (!checkReady("insertMessage") || message == nullptr) {
         return false;
     }
     return withFailureLogged("insertMessage", false, [&] {

@@ -78,6 +78,13 @@ bool PelkoDBManager::execChanging(const char* operation, const std::string& stat
     return withFailureLogged(operation, false, [&] { return connection().execDML(statement.c_str()) > 0; });
 }
 
+bool PelkoDBManager::execSucceeds(const char* operation, const std::string& statement) {
+    return withFailureLogged(operation, false, [&] {
+        connection().execDML(statement.c_str());
+        return true;
+    });
+}
+
 bool PelkoDBManager::beginTransaction() {
     if (!checkReady("beginTransaction")) {
         return false;

@@ -150,10 +150,11 @@ private:
     CppSQLite3DB& connection();
     /// Runs a writing statement under the failure convention. @return whether it changed a row
     bool execChanging(const char* operation, const std::string& statement);
+    /// The same. @return whether it ran, whatever it changed
+    bool execSucceeds(const char* operation, const std::string& statement);
 
     // ---- schema: Schema.cpp
     void createTablesIfNotExist();
-    bool createTable(const char* operation, const std::string& statement);
     bool createMsgTable();
     bool createRelationshipTable();
     bool createUserTable();

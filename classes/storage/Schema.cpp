@@ -1,5 +1,4 @@
 #include "classes/platform/StringFormatUtil.h"
-#include "classes/storage/FailureConvention.h"
 #include "classes/storage/PelkoDBManager.h"
 #include "classes/storage/SqlNames.h"
 
@@ -22,18 +21,11 @@ void PelkoDBManager::createTablesIfNotExist() {
     createMsgConfigTable();
 }
 
-bool PelkoDBManager::createTable(const char* operation, const std::string& statement) {
-    return withFailureLogged(operation, false, [&] {
-        connection().execDML(statement.c_str());
-        return true;
-    });
-}
-
 bool PelkoDBManager::createMsgTable() {
     if (!checkReady("createMsgTable")) {
         return false;
     }
-    return createTable(
+    return execSucceeds(
         "createMsgTable",
         StringFormatUtil::string_format(
             "CREATE TABLE IF NOT EXISTS %s (%s bigint, %s integer primary key, %s integer, %s integer, %s "
@@ -50,8 +42,8 @@ bool PelkoDBManager::createRelationshipTable() {
         return false;
     }
     // "integr" is how existing files declare the column; SQLite takes it for an integer all the same.
-    return createTable("createRelationshipTable",
-                       StringFormatUtil::string_format("CREATE TABLE IF NOT EXISTS %s (%s text, %s integr)",
+    return execSucceeds("createRelationshipTable", StringFormatUtil::string_format(
+                                                       "CREATE TABLE IF NOT EXISTS %s (%s text, %s integr)",
                                                        sql::tblRelationship, sql::username, sql::blockState));
 }
 
@@ -59,19 +51,19 @@ bool PelkoDBManager::createUserTable() {
     if (!checkReady("createUserTable")) {
         return false;
     }
-    return createTable("createUserTable",
-                       StringFormatUtil::string_format(
-                           "CREATE TABLE IF NOT EXISTS %s (%s text primary key, %s text, %s text, "
-                           "%s text, %s text, %s text, %s integer, %s integer)",
-                           sql::tblUser, sql::username, sql::nickname, sql::iconUrl, sql::iconPath,
-                           sql::exIconPath, sql::info, sql::gender, sql::infoVersion));
+    return execSucceeds("createUserTable",
+                        StringFormatUtil::string_format(
+                            "CREATE TABLE IF NOT EXISTS %s (%s text primary key, %s text, %s text, "
+                            "%s text, %s text, %s text, %s integer, %s integer)",
+                            sql::tblUser, sql::username, sql::nickname, sql::iconUrl, sql::iconPath,
+                            sql::exIconPath, sql::info, sql::gender, sql::infoVersion));
 }
 
 bool PelkoDBManager::createRoomTable() {
     if (!checkReady("createRoomTable")) {
         return false;
     }
-    return createTable(
+    return execSucceeds(
         "createRoomTable",
         StringFormatUtil::string_format(
             "CREATE TABLE IF NOT EXISTS %s (%s integer primary key, %s text, %s text, %s text, %s text, "
@@ -84,29 +76,29 @@ bool PelkoDBManager::createGroupTable() {
     if (!checkReady("createGroupTable")) {
         return false;
     }
-    return createTable("createGroupTable", StringFormatUtil::string_format(
-                                               "CREATE TABLE IF NOT EXISTS %s (%s bigint primary key, %s "
-                                               "text, %s text, %s text, %s text, %s text, "
-                                               "%s integer, %s integer, %s text, %s integer, %s integer)",
-                                               sql::tblGroup, sql::groupId, sql::name, sql::iconUrl,
-                                               sql::iconPath, sql::iconPathEx, sql::info, sql::capacity,
-                                               sql::type, sql::owner, sql::infoVersion, sql::needAuth));
+    return execSucceeds("createGroupTable", StringFormatUtil::string_format(
+                                                "CREATE TABLE IF NOT EXISTS %s (%s bigint primary key, %s "
+                                                "text, %s text, %s text, %s text, %s text, "
+                                                "%s integer, %s integer, %s text, %s integer, %s integer)",
+                                                sql::tblGroup, sql::groupId, sql::name, sql::iconUrl,
+                                                sql::iconPath, sql::iconPathEx, sql::info, sql::capacity,
+                                                sql::type, sql::owner, sql::infoVersion, sql::needAuth));
 }
 
 bool PelkoDBManager::createGroupListTable() {
     if (!checkReady("createGroupListTable")) {
         return false;
     }
-    return createTable("createGroupListTable", StringFormatUtil::string_format(
-                                                   "CREATE TABLE IF NOT EXISTS %s (%s bigint primary key)",
-                                                   sql::tblGroupList, sql::groupId));
+    return execSucceeds("createGroupListTable", StringFormatUtil::string_format(
+                                                    "CREATE TABLE IF NOT EXISTS %s (%s bigint primary key)",
+                                                    sql::tblGroupList, sql::groupId));
 }
 
 bool PelkoDBManager::createSessionTable() {
     if (!checkReady("createSessionTable")) {
         return false;
     }
-    return createTable(
+    return execSucceeds(
         "createSessionTable",
         StringFormatUtil::string_format("CREATE TABLE IF NOT EXISTS %s (%s integer, %s text, %s bigint, "
                                         "%s integer, %s integer, constraint pk_t2 primary key (%s, %s))",
@@ -118,7 +110,7 @@ bool PelkoDBManager::createNotifyTable() {
     if (!checkReady("createNotifyTable")) {
         return false;
     }
-    return createTable(
+    return execSucceeds(
         "createNotifyTable",
         StringFormatUtil::string_format(
             "CREATE TABLE IF NOT EXISTS %s (%s integer primary key AUTOINCREMENT, %s integer, %s integer, "
@@ -133,7 +125,7 @@ bool PelkoDBManager::createLastMsgIdTable() {
     if (!checkReady("createLastMsgIdTable")) {
         return false;
     }
-    return createTable(
+    return execSucceeds(
         "createLastMsgIdTable",
         StringFormatUtil::string_format("CREATE TABLE IF NOT EXISTS %s (%s text primary key, %s bigint)",
                                         sql::tblLastMsgId, sql::key, sql::lastMsgId));
@@ -143,7 +135,7 @@ bool PelkoDBManager::createMsgConfigTable() {
     if (!checkReady("createMsgConfigTable")) {
         return false;
     }
-    return createTable(
+    return execSucceeds(
         "createMsgConfigTable",
         StringFormatUtil::string_format("CREATE TABLE IF NOT EXISTS %s (%s integer, %s text, %s integer, "
                                         "constraint pk_t2 primary key (%s, %s))",

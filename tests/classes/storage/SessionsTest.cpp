@@ -1,0 +1,391 @@
+#include <gmock/gmock.h>
+
+#include <list>
+#include <string>
+#include <vector>
+
+#include "tests/support/StoreTest.h"
+
+using namespace pelkoapi;
+using namespace pelkotest;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+const PelkoChatTarget alice("alice");
+const PelkoChatTarget room(5, PelkoChatTargetTypeRoom);
+const PelkoChatTarget group(9007199254740993, PelkoChatTargetTypeGroup);
+const PelkoChatTarget service(9, PelkoChatTargetTypeCustomerService);
+
+constexpr char insertHead[] =
+    "INSERT INTO tbl_session (target_type, target_id, last_msg_id, is_top, priority) VALUES ";
+constexpr char allRows[] = "SELECT * FROM tbl_session ORDER BY rowid";
+
+PelkoSession sessionWith(const PelkoChatTarget& target, bool isTop = false, s64 lastDbID = 0,
+                         int priority = 0) {
+    PelkoSession session;
+    session.target = target;
+    session.isTop = isTop;
+    session.lastMsg.dbID = lastDbID;
+    session.priority = priority;
+    return session;
+}
+
+class SessionsTest : public StoreTest {
+protected:
+    void add(const PelkoChatTarget& target) {
+        EXPECT_TRUE(db().insertNewSession(sessionWith(target)));
+        forget();
+    }
+    std::list<PelkoSession> load() {
+        std::list<PelkoSession> sessions;
+        EXPECT_TRUE(db().loadSessionList(sessions));
+        return sessions;
+    }
+};
+
+// ---- insertNewSession
+
+TEST_F(SessionsTest, InsertWritesTheRowWithFlagAndMessageCrossed) {
+    EXPECT_TRUE(db().insertNewSession(sessionWith(alice, true, 57, 3)));
+    EXPECT_THAT(statements(), ElementsAre(std::string(insertHead) + "(0, 'alice', 1, 57, 3)"));
+    EXPECT_EQ(rows("SELECT target_type, target_id, last_msg_id, is_top, priority FROM tbl_session"),
+              (std::vector<Row>{{"0", "alice", "1", "57", "3"}}));
+    expectNothingLogged();
+}
+
+TEST_F(SessionsTest, InsertWritesEveryKindOfTargetWithItsKey) {
+    EXPECT_TRUE(db().insertNewSession(sessionWith(PelkoUser("o'brien"))));
+    EXPECT_TRUE(db().insertNewSession(sessionWith(room, false, 9007199254740993, -1)));
+    EXPECT_TRUE(db().insertNewSession(sessionWith(group)));
+    EXPECT_TRUE(db().insertNewSession(sessionWith(service)));
+    EXPECT_TRUE(db().insertNewSession(sessionWith(PelkoChatTarget(5, static_cast<PelkoChatTargetType>(9)))));
+    const std::string head = insertHead;
+    EXPECT_THAT(statements(),
+                ElementsAre(head + "(0, 'o''brien', 0, 0, 0)", head + "(1, '5', 0, 9007199254740993, -1)",
+                            head + "(2, '9007199254740993', 0, 0, 0)", head + "(3, '9', 0, 0, 0)",
+                            head + "(9, '', 0, 0, 0)"));
+    EXPECT_EQ(value("SELECT target_id FROM tbl_session WHERE target_type = 0"), "o'brien");
+}
+
+TEST_F(SessionsTest, SecondInsertOfATargetFailsOnTheKeyAndChangesNothing) {
+    add(alice);
+    const std::vector<Row> before = rows(allRows);
+    EXPECT_FALSE(db().insertNewSession(sessionWith(alice, true, 57, 3)));
+    expectFailureLogged("insertNewSession", HasSubstr("UNIQUE constraint failed"));
+    EXPECT_EQ(rows(allRows), before);
+}
+
+TEST_F(SessionsTest, TargetsOfDifferentKindsWithTheSameIdAreDifferentSessions) {
+    add(PelkoUser("5"));
+    add(room);
+    add(PelkoGroup(5LL));
+    EXPECT_EQ(load().size(), 3U);
+}
+
+TEST_F(SessionsTest, InsertThatChangesNoRowIsNoSuccess) {
+    changeTables("CREATE TRIGGER skipped BEFORE INSERT ON tbl_session BEGIN SELECT RAISE(IGNORE); END");
+    EXPECT_FALSE(db().insertNewSession(sessionWith(alice)));
+    expectNothingLogged();
+}
+
+// ---- loadSessionList
+
+TEST_F(SessionsTest, EmptyTableLoadsNothing) {
+    std::list<PelkoSession> sessions = {sessionWith(alice)};
+    EXPECT_TRUE(db().loadSessionList(sessions));
+    ASSERT_EQ(sessions.size(), 1U);
+    EXPECT_EQ(sessions.front().target, alice);
+    EXPECT_THAT(statements(), ElementsAre("SELECT * FROM tbl_session"));
+    expectNothingLogged();
+}
+
+TEST_F(SessionsTest, SessionComesBackWithItsFields) {
+    PelkoMessage message = imageMessage();
+    db().insertMessage(&message);
+    add(alice);
+    db().markSessionIsTop(alice, true, -3);
+    db().updateSessionLastMsg(alice, message.dbID);
+    forget();
+
+    const std::list<PelkoSession> sessions = load();
+    ASSERT_EQ(sessions.size(), 1U);
+    const PelkoSession& session = sessions.front();
+    EXPECT_TRUE(session.isTop);
+    EXPECT_EQ(session.priority, -3);
+    EXPECT_EQ(session.target, alice);
+    EXPECT_EQ(session.lastMsg, message);
+    EXPECT_EQ(session.lastMsg.text, "it's");
+    EXPECT_EQ(session.lastMsg.media.path, "/app/media/small.jpg");
+    EXPECT_THAT(statements(),
+                ElementsAre("SELECT * FROM tbl_session", "SELECT * FROM tbl_msg WHERE db_id = 1"));
+    expectNothingLogged();
+}
+
+TEST_F(SessionsTest, FieldsWithoutAColumnKeepTheirDefaults) {
+    execute("INSERT INTO tbl_session VALUES (0, 'alice', 7, 1, 2)");
+    const std::list<PelkoSession> sessions = load();
+    ASSERT_EQ(sessions.size(), 1U);
+    const PelkoSession& session = sessions.front();
+    const PelkoSession fresh;
+    EXPECT_EQ(session.lastMsgId, fresh.lastMsgId);
+    EXPECT_EQ(session.pageIndex, fresh.pageIndex);
+    EXPECT_EQ(session.requestingHistory, fresh.requestingHistory);
+    EXPECT_EQ(session.autoRequestHistory, fresh.autoRequestHistory);
+    EXPECT_EQ(session.needUpdate, fresh.needUpdate);
+    EXPECT_THAT(session.memberList, IsEmpty());
+    EXPECT_THAT(session.curPageMemberList, IsEmpty());
+}
+
+TEST_F(SessionsTest, FreshlyInsertedSessionReadsItsCrossedColumns) {
+    PelkoMessage first = PelkoMessage::createTextMessage(alice, "row 1");
+    db().insertMessage(&first);
+    db().insertNewSession(sessionWith(alice, true, 57));
+    const std::list<PelkoSession> sessions = load();
+    ASSERT_EQ(sessions.size(), 1U);
+    EXPECT_TRUE(sessions.front().isTop);  // from 57
+    EXPECT_EQ(sessions.front().lastMsg.dbID, 1);
+    EXPECT_EQ(sessions.front().lastMsg.text, "row 1");
+}
+
+TEST_F(SessionsTest, FreshlyInsertedSessionWithoutAMessageIsNotPinned) {
+    db().insertNewSession(sessionWith(alice, true, 0));
+    db().insertNewSession(sessionWith(room, false, -1));
+    const std::list<PelkoSession> sessions = load();
+    ASSERT_EQ(sessions.size(), 2U);
+    EXPECT_FALSE(sessions.front().isTop);
+    EXPECT_TRUE(sessions.back().isTop);
+}
+
+TEST_F(SessionsTest, MissingLastMessageIsADefaultMessage) {
+    add(alice);
+    db().updateSessionLastMsg(alice, 12345);
+    const std::list<PelkoSession> sessions = load();
+    ASSERT_EQ(sessions.size(), 1U);
+    EXPECT_EQ(sessions.front().lastMsg, PelkoMessage());
+    EXPECT_EQ(sessions.front().lastMsg.sender, PelkoChatTarget());
+    expectNothingLogged();
+}
+
+TEST_F(SessionsTest, LastMessageIsFetchedByTheLow32BitsWithTheirSign) {
+    execute(
+        "INSERT INTO tbl_session VALUES (1, '1', 4294967297, 0, 0), (1, '2', 2147483648, 0, 0),"
+        " (1, '3', -1, 0, 0), (1, '4', 2147483647, 0, 0)");
+    load();
+    const std::string head = "SELECT * FROM tbl_msg WHERE db_id = ";
+    EXPECT_THAT(statements(), ElementsAre("SELECT * FROM tbl_session", head + "1", head + "-2147483648",
+                                          head + "-1", head + "2147483647"));
+}
+
+TEST_F(SessionsTest, NullsReadAsZerosAndEmptyStrings) {
+    execute("INSERT INTO tbl_session VALUES (NULL, NULL, NULL, NULL, NULL), (1, NULL, NULL, NULL, NULL)");
+    const std::list<PelkoSession> sessions = load();
+    ASSERT_EQ(sessions.size(), 2U);
+    EXPECT_EQ(sessions.front().target, PelkoUser(""));
+    EXPECT_FALSE(sessions.front().isTop);
+    EXPECT_EQ(sessions.front().priority, 0);
+    EXPECT_EQ(sessions.front().lastMsg, PelkoMessage());
+    EXPECT_EQ(sessions.back().target, PelkoRoom(0U));
+}
+
+TEST_F(SessionsTest, AnyFlagButZeroIsPinned) {
+    execute("INSERT INTO tbl_session VALUES (1, '1', 0, 0, 0), (1, '2', 0, 2, 0), (1, '3', 0, -1, 0)");
+    const std::list<PelkoSession> sessions = load();
+    std::vector<bool> pinned;
+    for (const PelkoSession& session : sessions) {
+        pinned.push_back(session.isTop);
+    }
+    EXPECT_THAT(pinned, ElementsAre(false, true, true));
+}
+
+TEST_F(SessionsTest, TargetsComeBackByKind) {
+    add(PelkoUser("o'brien"));
+    add(room);
+    add(group);
+    add(service);
+    execute("INSERT INTO tbl_session VALUES (9, 'x', 0, 0, 0), (1, 'abc', 0, 0, 0)");
+    std::vector<PelkoChatTarget> targets;
+    for (const PelkoSession& session : load()) {
+        targets.push_back(session.target);
+    }
+    EXPECT_THAT(targets,
+                ElementsAre(PelkoUser("o'brien"), room, group, service, PelkoChatTarget(), PelkoRoom(0U)));
+}
+
+TEST_F(SessionsTest, LoadingTwiceDoublesTheList) {
+    add(alice);
+    add(room);
+    std::list<PelkoSession> sessions;
+    EXPECT_TRUE(db().loadSessionList(sessions));
+    EXPECT_TRUE(db().loadSessionList(sessions));
+    std::vector<PelkoChatTarget> targets;
+    for (const PelkoSession& session : sessions) {
+        targets.push_back(session.target);
+    }
+    EXPECT_THAT(targets, ElementsAre(alice, room, alice, room));
+}
+
+TEST_F(SessionsTest, AThousandSessionsSurviveARestart) {
+    constexpr int many = 1000;
+    db().beginTransaction();  // for speed alone
+    for (int i = 1; i <= many; ++i) {
+        PelkoMessage message = PelkoMessage::createTextMessage(alice, "last of " + std::to_string(i));
+        const PelkoRoom target(static_cast<uint>(i));
+        ASSERT_TRUE(db().insertMessage(&message));
+        ASSERT_TRUE(db().insertNewSession(sessionWith(target)));
+        ASSERT_TRUE(db().markSessionIsTop(target, i % 2 == 0, i));
+        ASSERT_TRUE(db().updateSessionLastMsg(target, message.dbID));
+    }
+    db().commiteTransaction();
+    reopen();
+    const std::list<PelkoSession> sessions = load();
+    ASSERT_EQ(sessions.size(), static_cast<std::size_t>(many));
+    int i = 0;
+    for (const PelkoSession& session : sessions) {
+        ++i;
+        ASSERT_EQ(session.target, PelkoRoom(static_cast<uint>(i)));
+        ASSERT_EQ(session.isTop, i % 2 == 0);
+        ASSERT_EQ(session.priority, i);
+        ASSERT_EQ(session.lastMsg.text, "last of " + std::to_string(i));
+    }
+    expectNothingLogged();
+}
+
+TEST_F(SessionsTest, LastMessageThatCannotBeReadIsReportedByItsReader) {
+    add(alice);
+    add(room);
+    changeTables("DROP TABLE tbl_msg");
+    EXPECT_EQ(load().size(), 2U);
+    const std::string line = "getMessage failed, exception in (no such table: tbl_msg).";
+    EXPECT_THAT(platform().file, ElementsAre(line, line));
+}
+
+TEST_F(SessionsTest, SessionsAppendedBeforeAFailureStay) {
+    // The third row cannot be read. A session is appended once the cursor has left its row, so that the
+    // second is lost with it.
+    changeTables(
+        "ALTER TABLE tbl_session RENAME TO sessions;"
+        "INSERT INTO sessions VALUES (1, '1', 0, 0, 1), (1, '2', 0, 0, 2), (1, '3', 0, 0, 3);"
+        "CREATE VIEW tbl_session AS SELECT target_type, target_id, last_msg_id, is_top,"
+        " abs(CASE priority WHEN 3 THEN -9223372036854775808 ELSE priority END) AS priority FROM sessions");
+    std::list<PelkoSession> sessions = {sessionWith(alice)};
+    EXPECT_FALSE(db().loadSessionList(sessions));
+    ASSERT_EQ(sessions.size(), 2U);
+    EXPECT_EQ(sessions.front().target, alice);
+    EXPECT_EQ(sessions.back().target, PelkoRoom(1U));
+    expectFailureLogged("loadSessionList", HasSubstr("integer overflow"));
+}
+
+TEST_F(SessionsTest, LoadLetsGoOfTheFile) {
+    add(alice);
+    load();
+    execute("DELETE FROM tbl_session");  // fails while a reader holds its lock
+}
+
+// ---- deleteSession
+
+TEST_F(SessionsTest, DeleteRemovesTheTargetsRowAndKeepsItsMessages) {
+    PelkoMessage message = PelkoMessage::createTextMessage(room, "kept");
+    db().insertMessage(&message);
+    add(room);
+    add(PelkoGroup(5LL));
+    add(PelkoUser("5"));
+    EXPECT_TRUE(db().deleteSession(room));
+    EXPECT_THAT(statements(),
+                ElementsAre("DELETE FROM tbl_session WHERE target_type = 1 AND target_id = '5'"));
+    EXPECT_EQ(rows("SELECT target_type FROM tbl_session ORDER BY 1"), (std::vector<Row>{{"0"}, {"2"}}));
+    EXPECT_EQ(value("SELECT count(*) FROM tbl_msg"), "1");
+    expectNothingLogged();
+}
+
+TEST_F(SessionsTest, DeleteOfAnUnknownTargetIsFalse) {
+    add(room);
+    EXPECT_FALSE(db().deleteSession(alice));
+    EXPECT_FALSE(db().deleteSession(PelkoRoom(6U)));
+    EXPECT_EQ(value("SELECT count(*) FROM tbl_session"), "1");
+    EXPECT_TRUE(db().deleteSession(room));
+    EXPECT_FALSE(db().deleteSession(room));
+    expectNothingLogged();
+}
+
+TEST_F(SessionsTest, DeletedSessionCanBeInsertedAgain) {
+    add(alice);
+    EXPECT_TRUE(db().deleteSession(alice));
+    EXPECT_TRUE(db().insertNewSession(sessionWith(alice)));
+}
+
+// ---- markSessionIsTop
+
+TEST_F(SessionsTest, MarkSetsPinningAndPriorityOfOneSession) {
+    execute("INSERT INTO tbl_session VALUES (0, 'alice', 7, 0, 1), (1, '5', 8, 0, 1)");
+    EXPECT_TRUE(db().markSessionIsTop(alice, true, 42));
+    EXPECT_EQ(rows(allRows), (std::vector<Row>{{"0", "alice", "7", "1", "42"}, {"1", "5", "8", "0", "1"}}));
+    EXPECT_TRUE(db().markSessionIsTop(alice, false, -1));
+    EXPECT_EQ(rows(allRows), (std::vector<Row>{{"0", "alice", "7", "0", "-1"}, {"1", "5", "8", "0", "1"}}));
+    EXPECT_THAT(
+        statements(),
+        ElementsAre(
+            "UPDATE tbl_session SET is_top = 1, priority= 42 WHERE target_type = 0 AND target_id = 'alice'",
+            "UPDATE tbl_session SET is_top = 0, priority= -1 WHERE target_type = 0 AND target_id = 'alice'"));
+    expectNothingLogged();
+}
+
+// ---- updateSessionLastMsg
+
+TEST_F(SessionsTest, LastMessageOfOneSessionIsSet) {
+    execute("INSERT INTO tbl_session VALUES (0, 'o''brien', 7, 1, 2), (1, '5', 8, 1, 2)");
+    EXPECT_TRUE(db().updateSessionLastMsg(PelkoUser("o'brien"), 9007199254740993));
+    EXPECT_THAT(statements(), ElementsAre("UPDATE tbl_session SET last_msg_id = 9007199254740993 WHERE "
+                                          "target_type = 0 AND target_id = 'o''brien'"));
+    EXPECT_EQ(rows(allRows),
+              (std::vector<Row>{{"0", "o'brien", "9007199254740993", "1", "2"}, {"1", "5", "8", "1", "2"}}));
+    expectNothingLogged();
+}
+
+TEST_F(SessionsTest, UpdatesOfAnUnknownTargetAreFalseAndInsertNothing) {
+    add(room);
+    const std::vector<Row> before = rows(allRows);
+    EXPECT_FALSE(db().markSessionIsTop(alice, true, 1));
+    EXPECT_FALSE(db().updateSessionLastMsg(alice, 1));
+    EXPECT_EQ(rows(allRows), before);
+    expectNothingLogged();
+}
+
+// ---- not ready, and SQL failure
+
+class SessionOperations : public OperationTest {};
+
+TEST_P(SessionOperations, AreNotReadyWhenClosed) {
+    expectNotReadyWhenClosed();
+}
+
+TEST_P(SessionOperations, AreNotReadyWithAClosedConnection) {
+    expectNotReadyWithClosedConnection();
+}
+
+TEST_P(SessionOperations, FailWithoutTheTable) {
+    expectFailureWithout("tbl_session");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, SessionOperations,
+    testing::Values(Operation{"loadSessionList", "loadSessionList",
+                              [](PelkoDBManager& db) {
+                                  std::list<PelkoSession> sessions(2);
+                                  EXPECT_FALSE(db.loadSessionList(sessions));
+                                  EXPECT_EQ(sessions.size(), 2U);
+                              }},
+                    Operation{
+                        "insertNewSession", "insertNewSession",
+                        [](PelkoDBManager& db) { EXPECT_FALSE(db.insertNewSession(sessionWith(alice))); }},
+                    Operation{"deleteSession", "deleteSession",
+                              [](PelkoDBManager& db) { EXPECT_FALSE(db.deleteSession(alice)); }},
+                    Operation{"markSessionIsTop", "markSessionIsTop",
+                              [](PelkoDBManager& db) { EXPECT_FALSE(db.markSessionIsTop(alice, true, 1)); }},
+                    Operation{"updateSessionLastMsg", "updateSessionLastMsg",
+                              [](PelkoDBManager& db) { EXPECT_FALSE(db.updateSessionLastMsg(alice, 1)); }}),
+    nameOf);
+
+}  // namespace
