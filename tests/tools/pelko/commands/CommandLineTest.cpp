@@ -1,0 +1,87 @@
+#include "tests/tools/pelko/support/ToolTest.h"
+
+using namespace pelkotest;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::Not;
+
+namespace {
+
+class CommandLine : public ToolTest {};
+
+TEST_F(CommandLine, HelpNamesEveryCommandAndThePlaceOfTheData) {
+    const ToolRun help = runWell({"--help"});
+    for (const char* const command : {"replay", "sessions", "show", "unread", "read", "send", "receive"}) {
+        EXPECT_THAT(help.out, HasSubstr(std::string("\n  ") + command + ' '));
+    }
+    EXPECT_THAT(help.out, AllOf(HasSubstr("--data-dir"), HasSubstr("--user"), HasSubstr("db.dat"),
+                                HasSubstr("user:alice, room:5001, group:77, service:9")));
+    EXPECT_FALSE(fs::exists(dataDir()));
+}
+
+TEST_F(CommandLine, EveryCommandHasItsOwnHelp) {
+    for (const char* const command : {"replay", "sessions", "show", "unread", "read", "send", "receive"}) {
+        const ToolRun help = runWell({command, "--help"});
+        EXPECT_THAT(help.out, HasSubstr(std::string("Usage: pelko ") + command));
+        EXPECT_THAT(help.out, HasSubstr("--json"));
+        EXPECT_THAT(help.out, Not(HasSubstr("What is where"))) << "the footer of the whole";
+    }
+}
+
+TEST_F(CommandLine, TellsItsVersion) {
+    EXPECT_THAT(runWell({"--version"}).out, MatchesRegex("pelko [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST_F(CommandLine, TakesTheGlobalOptionsBeforeAndBehindTheCommand) {
+    const std::string data = dataDir().string();
+    EXPECT_EQ(runExactly({"--user", "ann", "send", "user:bob", "one", "--data-dir", data}).exitCode, 0);
+    EXPECT_EQ(runExactly({"--data-dir", data, "send", "user:bob", "two", "--user", "ann"}).exitCode, 0);
+    EXPECT_EQ(rowsOf(database("ann"), "SELECT text FROM tbl_msg"), (Rows{{"one"}, {"two"}}));
+}
+
+TEST_F(CommandLine, KeepsAccountsApart) {
+    runWell({"send", "user:bob", "from me"});
+    runWell({"--user", "../../x", "send", "user:bob", "from x"});
+    EXPECT_EQ(rows("SELECT text, sender_id FROM tbl_msg"), (Rows{{"from me", "me"}}));
+    EXPECT_EQ(rowsOf(database("%2E.%2F..%2Fx"), "SELECT text, sender_id FROM tbl_msg"),
+              (Rows{{"from x", "../../x"}}));
+}
+
+TEST_F(CommandLine, KeepsItsDataInTheXdgDataDirectoryByDefault) {
+    setenv("XDG_DATA_HOME", folder().c_str(), 1);
+    const ToolRun run = runExactly({"send", "user:bob", "hi"});
+    unsetenv("XDG_DATA_HOME");
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(rowsOf(folder() / "pelko/users/me/db.dat", "SELECT text FROM tbl_msg"), (Rows{{"hi"}}));
+}
+
+TEST_F(CommandLine, MakesTheDatabaseReadableByItsOwnerAlone) {
+    runWell({"send", "user:bob", "hi"});
+    EXPECT_EQ(fs::status(database()).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+}
+
+TEST_F(CommandLine, RefusesWhatItDoesNotKnow) {
+    expectRefused(run({}), 2, HasSubstr("no command"));
+    expectRefused(run({""}), 2, HasSubstr("'' is no command"));
+    expectRefused(run({"frob"}), 2, HasSubstr("'frob' is no command"));
+    expectRefused(run({"sessions", "--frob"}), 2, HasSubstr("'--frob'"));
+    expectRefused(run({"sessions", "more"}), 2, HasSubstr("'more'"));
+    expectRefused(run({"show"}), 2, HasSubstr("TARGET"));
+    expectRefused(run({"send", "user:bob"}), 2, HasSubstr("TEXT"));
+    expectRefused(run({"replay"}), 2, HasSubstr("PATH"));
+    expectRefused(run({"show", "room:5", "-n"}), 2, HasSubstr("-n"));
+}
+
+TEST_F(CommandLine, ShowsNoControlByteOfTheInputRaw) {
+    expectRefused(run({"\x1b[2J"}), 2, HasSubstr("'\\x1B[2J'"));
+    expectRefused(run({"show", "\xff\n"}), 2, HasSubstr("'\\xFF\\x0A'"));
+}
+
+TEST_F(CommandLine, TellsWhenTheOutputCannotBeWritten) {
+    runWell({"send", "user:bob", "hi"});
+    const ToolRun run = runExactly({"--data-dir", dataDir().string(), "show", "user:bob"}, "/dev/full");
+    expectRefused(run, 1, HasSubstr("cannot write all of the output"));
+}
+
+}  // namespace

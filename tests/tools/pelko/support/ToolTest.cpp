@@ -1,0 +1,211 @@
+#include "tests/tools/pelko/support/ToolTest.h"
+
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+
+namespace pelkotest {
+
+namespace {
+
+/// Starts the tool. The descriptors are its stdout and stderr; they are closed here.
+pid_t startTool(const std::vector<std::string>& arguments, int out, int err) {
+    std::vector<std::string> words = {PELKO_TOOL_PATH};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> argv;
+    std::transform(words.begin(), words.end(), std::back_inserter(argv),
+                   [](std::string& word) { return word.data(); });
+    argv.push_back(nullptr);
+
+    const pid_t process = fork();
+    if (process == 0) {
+        setenv("TZ", "UTC", 1);
+        dup2(out, STDOUT_FILENO);
+        dup2(err, STDERR_FILENO);
+        execv(PELKO_TOOL_PATH, argv.data());
+        _exit(127);
+    }
+    close(out);
+    close(err);
+    return process;
+}
+
+int waitFor(pid_t process) {
+    int status = 0;
+    waitpid(process, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+int fileForWriting(const fs::path& path) {
+    return open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+}
+
+std::string readAll(int descriptor) {
+    std::string text;
+    std::array<char, 4096> block{};
+    for (ssize_t n = 0; (n = read(descriptor, block.data(), block.size())) > 0;) {
+        text.append(block.data(), static_cast<std::size_t>(n));
+    }
+    return text;
+}
+
+using Connection = std::unique_ptr<sqlite3, decltype(&sqlite3_close)>;
+
+Connection connectTo(const fs::path& database) {
+    sqlite3* connection = nullptr;
+    const int result = sqlite3_open_v2(database.c_str(), &connection, SQLITE_OPEN_READWRITE, nullptr);
+    Connection owned(connection, sqlite3_close);
+    if (result != SQLITE_OK) {
+        throw std::runtime_error("cannot open " + database.string());
+    }
+    return owned;
+}
+
+}  // namespace
+
+fs::path sampleLog() {
+    return fs::path(PELKO_SOURCE_DIR) / "examples/sample-log";
+}
+
+std::string contentOf(const fs::path& file) {
+    std::ostringstream content;
+    content << std::ifstream(file, std::ios::binary).rdbuf();
+    return content.str();
+}
+
+void writeFile(const fs::path& file, const std::string& content) {
+    fs::create_directories(file.parent_path());
+    std::ofstream(file, std::ios::binary) << content;
+}
+
+TemporaryFolder::TemporaryFolder() {
+    std::string name = (fs::temp_directory_path() / "pelko-tool-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) {
+        throw std::runtime_error("cannot make " + name);
+    }
+    mPath = name;
+}
+
+TemporaryFolder::~TemporaryFolder() {
+    std::error_code ignored;
+    fs::remove_all(mPath, ignored);
+}
+
+Rows rowsOf(const fs::path& database, const std::string& sql) {
+    const Connection connection = connectTo(database);
+    sqlite3_stmt* prepared = nullptr;
+    if (sqlite3_prepare_v2(connection.get(), sql.c_str(), -1, &prepared, nullptr) != SQLITE_OK) {
+        throw std::runtime_error(sqlite3_errmsg(connection.get()));
+    }
+    const std::unique_ptr<sqlite3_stmt, decltype(&sqlite3_finalize)> statement(prepared, sqlite3_finalize);
+    Rows rows;
+    while (sqlite3_step(prepared) == SQLITE_ROW) {
+        std::vector<std::string> row;
+        for (int i = 0; i < sqlite3_column_count(prepared); ++i) {
+            const auto* const text = static_cast<const char*>(sqlite3_column_blob(prepared, i));
+            const auto size = static_cast<std::size_t>(sqlite3_column_bytes(prepared, i));
+            row.push_back(text != nullptr ? std::string(text, size) : std::string());
+        }
+        rows.push_back(row);
+    }
+    return rows;
+}
+
+ToolTest::Arguments ToolTest::withDataDir(const Arguments& arguments) const {
+    Arguments all = {"--data-dir", dataDir().string()};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    return all;
+}
+
+pid_t ToolTest::start(const Arguments& arguments) const {
+    return startTool(withDataDir(arguments), fileForWriting(folder() / "out"),
+                     fileForWriting(folder() / "err"));
+}
+
+ToolRun ToolTest::finish(pid_t process) const {
+    ToolRun result;
+    result.exitCode = waitFor(process);
+    result.out = contentOf(folder() / "out");
+    result.err = contentOf(folder() / "err");
+    return result;
+}
+
+ToolRun ToolTest::run(const Arguments& arguments) const {
+    return finish(start(arguments));
+}
+
+ToolRun ToolTest::runExactly(const Arguments& arguments, const fs::path& out) const {
+    const fs::path target = out.empty() ? folder() / "out" : out;
+    writeFile(folder() / "out", "");
+    return finish(startTool(arguments, fileForWriting(target), fileForWriting(folder() / "err")));
+}
+
+ToolRun ToolTest::runWell(const Arguments& arguments) const {
+    ToolRun result = run(arguments);
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.err, "");
+    return result;
+}
+
+ToolRun ToolTest::runOnTerminal(const Arguments& arguments) const {
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0) {
+        throw std::runtime_error("cannot make a terminal");
+    }
+    winsize size{};
+    size.ws_col = 60;
+    size.ws_row = 24;
+    ioctl(terminal, TIOCSWINSZ, &size);
+    const int otherEnd = open(ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    const pid_t process = startTool(withDataDir(arguments), fileForWriting(folder() / "out"), otherEnd);
+    ToolRun result;
+    result.err = readAll(terminal);  // ends when the tool does
+    result.exitCode = waitFor(process);
+    result.out = contentOf(folder() / "out");
+    close(terminal);
+    return result;
+}
+
+fs::path ToolTest::makeLog(const std::string& channelAndDay, const std::vector<std::string>& lines) const {
+    std::string content;
+    for (const std::string& line : lines) {
+        content += line + '\n';
+    }
+    writeFile(folder() / "logs" / (channelAndDay + ".log"), content);
+    return folder() / "logs";
+}
+
+std::string ToolTest::value(const std::string& sql) const {
+    const Rows found = rows(sql);
+    if (found.empty()) {
+        ADD_FAILURE() << "no row: " << sql;
+        return {};
+    }
+    return found.front().front();
+}
+
+void ToolTest::execute(const std::string& sql) const {
+    const Connection connection = connectTo(database());
+    ASSERT_EQ(sqlite3_exec(connection.get(), sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK)
+        << sqlite3_errmsg(connection.get());
+}
+
+void expectRefused(const ToolRun& run, int exitCode, const testing::Matcher<std::string>& line) {
+    EXPECT_EQ(run.exitCode, exitCode);
+    EXPECT_EQ(run.out, "");
+    EXPECT_THAT(run.err, testing::StartsWith("pelko: "));
+    EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+    EXPECT_THAT(run.err, line);
+}
+
+}  // namespace pelkotest

@@ -1,0 +1,92 @@
+#ifndef PELKO_TESTS_TOOLS_SUPPORT_TOOL_TEST_H
+#define PELKO_TESTS_TOOLS_SUPPORT_TOOL_TEST_H
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/types.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace pelkotest {
+
+namespace fs = std::filesystem;
+
+/// The sample log that comes with the sources.
+fs::path sampleLog();
+
+std::string contentOf(const fs::path& file);
+void writeFile(const fs::path& file, const std::string& content);
+
+/// A folder of the test's own under the system's temporary folder, removed with everything in it at the end.
+class TemporaryFolder {
+public:
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    const fs::path& path() const { return mPath; }
+
+private:
+    fs::path mPath;
+};
+
+/// How a run of the tool ended.
+struct ToolRun {
+    int exitCode = -1;  // -1 when a signal ended it
+    std::string out;
+    std::string err;
+
+    nlohmann::json json() const { return nlohmann::json::parse(out); }
+};
+
+using Rows = std::vector<std::vector<std::string>>;
+
+/// The rows of a query on a connection of its own; NULL reads as an empty string.
+Rows rowsOf(const fs::path& database, const std::string& sql);
+
+/// The tool, run as a process in UTC, with a data folder that only this test uses.
+class ToolTest : public testing::Test {
+protected:
+    using Arguments = std::vector<std::string>;
+
+    /// Runs the tool with --data-dir and these arguments, stdout and stderr to files.
+    ToolRun run(const Arguments& arguments) const;
+    /// The same, with a terminal of 60 columns for stderr.
+    ToolRun runOnTerminal(const Arguments& arguments) const;
+    /// The same as run(), with exactly these arguments and stdout into that file.
+    ToolRun runExactly(const Arguments& arguments, const fs::path& out = {}) const;
+    /// run(), with a failing test unless it ends well and without a word on stderr.
+    ToolRun runWell(const Arguments& arguments) const;
+
+    /// Starts the tool as run() does, and returns at once.
+    pid_t start(const Arguments& arguments) const;
+    /// Waits for what start() started.
+    ToolRun finish(pid_t process) const;
+
+    fs::path folder() const { return mFolder.path(); }
+    fs::path dataDir() const { return folder() / "data"; }
+    fs::path database(const std::string& user = "me") const { return dataDir() / "users" / user / "db.dat"; }
+
+    /// Makes a log of these lines below folder()/logs. @return folder()/logs
+    fs::path makeLog(const std::string& channelAndDay, const std::vector<std::string>& lines) const;
+
+    Rows rows(const std::string& sql) const { return rowsOf(database(), sql); }
+    std::string value(const std::string& sql) const;
+    /// Runs statements on a second connection, to prepare what the tool cannot.
+    void execute(const std::string& sql) const;
+
+private:
+    Arguments withDataDir(const Arguments& arguments) const;
+
+    TemporaryFolder mFolder;
+};
+
+/// That a run failed with the exit code, said nothing on stdout, and one line on stderr that matches.
+void expectRefused(const ToolRun& run, int exitCode, const testing::Matcher<std::string>& line);
+
+}  // namespace pelkotest
+
+#endif  // PELKO_TESTS_TOOLS_SUPPORT_TOOL_TEST_H

@@ -1,0 +1,99 @@
+#include "tools/pelko/CommandLine.h"
+
+#include <exception>
+
+#include "tools/pelko/Account.h"
+#include "tools/pelko/Commands.h"
+#include "tools/pelko/Output.h"
+
+namespace pelkotool {
+
+namespace {
+
+constexpr char description[] =
+    "pelko looks into the chat store of one account, its db.dat, and plays messages into it, through the "
+    "same\n"
+    "operations that a chat client uses.\n";
+
+constexpr char map[] =
+    "What is where:\n"
+    "  DATA-DIR/users/NAME/db.dat   the store of the account NAME: its messages, and one session for each\n"
+    "                               conversation with the conversation's last message\n"
+    "  TARGET                       the peer of a conversation: user:alice, room:5001, group:77, service:9\n"
+    "  unread                       a received message until 'pelko read' marks its conversation read\n"
+    "\n"
+    "Begin with 'pelko replay FOLDER', then 'pelko sessions', then 'pelko show' with a TARGET of that list.\n"
+    "'pelko COMMAND --help' tells more. Exit codes: 0 done, 1 failed, 2 wrong arguments, 130 interrupted.";
+
+/// The last line of several is what CLI11 adds itself.
+std::string firstLine(const std::string& text) {
+    return text.substr(0, text.find('\n'));
+}
+
+void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
+    app.add_option_function<std::string>(
+           "--data-dir",
+           [&options](const std::string& folder) {
+               options.dataDir = folder;
+               options.dataDirGiven = true;
+           },
+           "Folder of all accounts' data (default: pelko in $XDG_DATA_HOME or ~/.local/share)")
+        ->type_name("DIR");
+    app.add_option("--user", options.user, "The account (default: me)")->type_name("NAME");
+    app.set_version_flag("--version", "pelko " PELKO_VERSION, "Print the version");
+}
+
+void parse(CLI::App& app, int argc, const char* const* argv) {
+    constexpr char help[] = "; 'pelko --help' shows the commands";
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ExtrasError&) {
+        const std::string extra = app.remaining(true).front();
+        const bool meantAsCommand = app.get_subcommands().empty() && extra.rfind('-', 0) != 0;
+        throw UsageError("'" + extra + (meantAsCommand ? "' is no command" : "' is not expected here") +
+                         help);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::Success)) {
+            throw UsageError(firstLine(error.what()) + help);
+        }
+        app.exit(error);  // prints the help or the version
+        return;
+    }
+    if (app.get_subcommands().empty()) {
+        throw UsageError(std::string("no command was given") + help);
+    }
+}
+
+void run(int argc, const char* const* argv) {
+    GlobalOptions options;
+    CLI::App app(description, "pelko");
+    app.require_subcommand(0, 1);
+    app.fallthrough();  // the global options are taken behind the command, too
+    app.get_formatter()->column_width(34);
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    addGlobalOptions(app, options);
+    addReplayCommands(app, options);
+    addConversationCommands(app, options);
+    addUnreadCommands(app, options);
+    addMessageCommands(app, options);
+    app.footer(map);  // last: commands made later would show it too
+    parse(app, argc, argv);
+    finishOutput();
+}
+
+}  // namespace
+
+ExitCode runCommandLine(int argc, const char* const* argv) {
+    try {
+        run(argc, argv);
+        return ExitCode::done;
+    } catch (const ToolError& error) {
+        printError(error.what());
+        return error.code();
+    } catch (const std::exception& error) {
+        printError(std::string("unexpected failure: ") + error.what());
+        return ExitCode::failed;
+    }
+}
+
+}  // namespace pelkotool

@@ -1,0 +1,161 @@
+#include "tools/pelko/Store.h"
+
+#include <algorithm>
+#include <deque>
+#include <optional>
+#include <system_error>
+
+#include "classes/platform/DefaultPlatform.h"
+#include "classes/platform/FileUtil.h"
+#include "classes/platform/LoginContext.h"
+#include "tools/pelko/StoreLog.h"
+#include "tools/pelko/Target.h"
+#include "tools/pelko/ToolError.h"
+
+namespace pelkotool {
+
+namespace fs = std::filesystem;
+using pelkoapi::PelkoChatTarget;
+using pelkoapi::PelkoDBManager;
+using pelkoapi::PelkoMessage;
+using pelkoapi::PelkoSession;
+
+namespace {
+
+constexpr char otherFolder[] = "name a folder that can be written with --data-dir";
+
+/// What to do about a failure that SQLite words so; empty where nothing general can be said.
+std::string remedyFor(const std::string& reason) {
+    const std::pair<const char*, const char*> remedies[] = {
+        {"not a database", "move that file away, or name another account with --user or --data-dir"},
+        {"malformed", "the file is damaged: put back a copy of it"},
+        {"locked", "another program is writing to it: try again when it has ended"},
+        {"readonly", "make the file and its folder writable"},
+        {"full", "make room on the disk"},
+        {"unable to open", "check that the file and its folder can be read and written"},
+    };
+    for (const auto& [words, remedy] : remedies) {
+        if (reason.find(words) != std::string::npos) {
+            return std::string("; ") + remedy;
+        }
+    }
+    return {};
+}
+
+[[noreturn]] void failAccount(const Account& account, const std::string& reason) {
+    throw ToolError("cannot open " + account.database.string() + ": " + reason);
+}
+
+void requireFolder(const Account& account) {
+    std::error_code error;
+    if (fs::exists(account.dataRoot, error) && !fs::is_directory(account.dataRoot, error)) {
+        throw ToolError("the data folder " + account.dataRoot.string() + " is not a folder; " + otherFolder);
+    }
+}
+
+void refuseMissing(const Account& account) {
+    std::error_code error;
+    if (fs::exists(account.database, error)) {
+        return;
+    }
+    if (error) {
+        failAccount(account, error.message() + "; " + otherFolder);
+    }
+    throw ToolError("there is no account '" + account.user + "' in " + account.dataRoot.string() +
+                    "; 'pelko replay', 'pelko send' and 'pelko receive' make it, --user and --data-dir name "
+                    "another");
+}
+
+void createMissing(const Account& account) {
+    std::error_code error;
+    fs::create_directories(account.folder, error);
+    if (error) {
+        throw ToolError("cannot make the folder " + account.folder.string() + ": " + error.message() + "; " +
+                        otherFolder);
+    }
+    // An empty path is all that the manager would make of this failure.
+    if (!fs::exists(account.database, error) &&
+        pelkoapi::FileUtil::createFile(account.database.string(), false) < 0) {
+        throw ToolError("cannot make the file " + account.database.string() + "; " + otherFolder);
+    }
+}
+
+}  // namespace
+
+Store::Store(const Account& account, IfMissing ifMissing) : mAccount(account) {
+    requireFolder(account);
+    if (ifMissing == IfMissing::refuse) {
+        refuseMissing(account);
+    } else {
+        createMissing(account);
+    }
+    if (std::error_code error; !fs::is_regular_file(account.database, error)) {
+        failAccount(account, "it is not a file; move it away, or name another account with --user");
+    }
+    pelkoapi::setAppDataRoot(account.dataRoot.string());
+    pelkoapi::setUserDataRoot(account.folder.string());
+    pelkoapi::LoginContext::getInstance()->setUserName(account.user);
+    try {
+        run("open " + account.database.string(), [](PelkoDBManager& db) { return db.setUp(); });
+    } catch (...) {
+        // Opened, but without tables: the destructor does not run.
+        PelkoDBManager::getInstance()->tearDown();
+        throw;
+    }
+}
+
+Store::~Store() {
+    PelkoDBManager::getInstance()->tearDown();
+}
+
+void Store::watched(const std::string& doing, const std::function<void(PelkoDBManager&)>& operations) {
+    forgetStoreLog();
+    std::optional<std::string> reason;
+    try {
+        operations(*PelkoDBManager::getInstance());
+        reason = firstStoreFailure();
+    } catch (const pelkoapi::CppSQLite3Exception& exception) {
+        reason = exception.errorMessage();
+    }
+    if (reason) {
+        throw ToolError("cannot " + doing + ": " + *reason + remedyFor(*reason));
+    }
+}
+
+std::list<PelkoSession> Store::sessions() {
+    return run("read the sessions", [](PelkoDBManager& db) {
+        std::list<PelkoSession> sessions;
+        db.loadSessionList(sessions);
+        return sessions;
+    });
+}
+
+PelkoMessage Store::newestMessage(const PelkoChatTarget& target) {
+    return run("read " + targetText(target), [&](PelkoDBManager& db) {
+        std::deque<PelkoMessage> page;
+        db.getLatestMessages(target, 1, page);
+        return page.empty() ? PelkoMessage() : page.front();
+    });
+}
+
+void Store::addSession(const PelkoChatTarget& target) {
+    // Without pin flag and last message: insertNewSession() stores the two in each other's place.
+    PelkoSession session;
+    session.target = target;
+    run("make the session of " + targetText(target),
+        [&](PelkoDBManager& db) { return db.insertNewSession(session); });
+}
+
+void Store::keepSession(const PelkoChatTarget& target) {
+    const std::list<PelkoSession> known = sessions();
+    const bool isNew = std::none_of(known.begin(), known.end(),
+                                    [&](const PelkoSession& session) { return session.target == target; });
+    if (isNew) {
+        addSession(target);
+    }
+    const long long newest = newestMessage(target).dbID;
+    run("update the session of " + targetText(target),
+        [&](PelkoDBManager& db) { return db.updateSessionLastMsg(target, newest); });
+}
+
+}  // namespace pelkotool

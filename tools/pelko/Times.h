@@ -1,0 +1,19 @@
+#ifndef PELKO_TOOL_TIMES_H
+#define PELKO_TOOL_TIMES_H
+
+#include <string>
+
+namespace pelkotool {
+
+/// For people: "2018-05-29 23:20" in local time.
+std::string localTime(unsigned int secondsSince1970);
+
+/// For scripts: "2018-05-29T21:20:00Z", ISO 8601 in UTC.
+std::string isoTime(unsigned int secondsSince1970);
+
+/// The present, as a message is dated.
+unsigned int now();
+
+}  // namespace pelkotool
+
+#endif  // PELKO_TOOL_TIMES_H
