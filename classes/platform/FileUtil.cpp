@@ -51,7 +51,8 @@ bool isDatabaseFile(const fs::path& folder, const fs::path& fileName) {
     const std::string name = fileName.u8string();
     constexpr std::array<const char*, 4> databaseFiles = {"db.dat", "db.dat-journal", "db.dat-wal",
                                                           "db.dat-shm"};
-    if (std::find(databaseFiles.begin(), databaseFiles.end(), name) != databaseFiles.end()) {
+    if (name.rfind("db.dat-mj", 0) == 0 ||
+        std::find(databaseFiles.begin(), databaseFiles.end(), name) != databaseFiles.end()) {
         return true;
     }
     return std::any_of(databaseFiles.begin(), databaseFiles.end(), [&](const char* database) {

@@ -9,6 +9,7 @@
 
 #include "PelkoChatTarget.h"
 #include "PelkoMessage.h"
+#include "PelkoNotify.h"
 #include "classes/sqlite/CppSQLite3.h"
 #include "classes/storage/PelkoSession.h"
 #include "classes/storage/PelkoTypes.h"
@@ -116,6 +117,16 @@ public:
 
     uint getTotalUnreadCount();
 
+    // ---- message deletion: MessageDeletion.cpp
+
+    /// Removes the files of these messages' rows, then the rows. Both files of the attachment and the extra
+    /// text are taken for files; FileUtil::remove ignores what is none.
+    /// @param dbIDs  row ids; an empty list returns false
+    bool deleteMessages(std::vector<s64>& dbIDs);
+
+    /// The same for a whole conversation. @return true when the rows' statement ran, whatever it deleted
+    bool clearMessages(const PelkoChatTarget& target);
+
     // ---- sessions: Sessions.cpp
 
     /// Adds the stored sessions, in the database's own order, to the end of the list: `isTop`, `priority`,
@@ -136,8 +147,157 @@ public:
     /// Sets the last message of an existing session. @param msgID  the message's row id (`dbID`)
     bool updateSessionLastMsg(const PelkoChatTarget& target, s64 msgID);
 
+    // ---- friends and blocked users: Relationships.cpp
+
+    // A user can be both. Adding a name that is on the list reports false. Lists come in the order in which
+    // names were added. A name with a single quote can be added and removed, but is never found: isFriend()
+    // and isBlocked() log a failure and report false, and adding it twice stores it twice.
+
+    bool addFriend(std::string& name);
+    bool deleteFriend(std::string& name);
+    bool isFriend(std::string& name);
+    bool clearFriendList();
+    std::vector<std::string> getFriendUsernames();
+    /// addFriend() for each. @return how many names are new
+    uint saveFriendList(std::vector<std::string>& names);
+    /// Clears the list, then saves these. @return whether any name was stored; false for an empty list
+    bool replaceFriendList(std::vector<std::string>& names);
+
+    bool blockUser(std::string& name);
+    bool unblockUser(std::string& name);
+    bool isBlocked(std::string& name);
+    bool clearBlockList();
+    std::vector<std::string> getBlockUsernames();
+    /// blockUser() for each. @return how many names are new
+    uint saveBlockList(std::vector<std::string>& names);
+    /// Clears the list, then saves these. @return whether any name was stored; false for an empty list
+    bool replaceBlockList(std::vector<std::string>& names);
+
+    // ---- user profiles: Users.cpp
+
+    /// The cached profile, without the relation flags; a record with only the name when there is none.
+    PelkoUser getBaseUserInfo(std::string& name);
+
+    /// The cached profile with both relation flags.
+    PelkoUser getUserInfo(std::string name);
+
+    /// Replaces the caller's list (it is cleared) by the friends, in the order in which they were added, with
+    /// both relation flags. @return false only when the database is not ready
+    bool getFriendList(std::vector<PelkoUser>& users);
+    /// The same for the blocked users.
+    bool getBlockList(std::vector<PelkoUser>& users);
+
+    /// Stores the profile under the user's name. @param version  the profile's version, written as it is: an
+    /// older one replaces a newer one, and 0 means that the profile is not complete
+    bool insertOrUpdateUser(PelkoUser& user, uint version);
+
+    bool userExist(std::string& name);
+
+    /// Deletes the profile; the name stays on the friend and block lists.
+    bool deleteUser(std::string& name);
+
+    // ---- rooms: Rooms.cpp
+
+    /// Stores the room under its id. @param version  as in insertOrUpdateUser()
+    bool insertOrUpdateRoom(PelkoRoom* room, uint version);
+
+    bool roomExist(s64 roomID);
+
+    /// The cached room; one with only the id when there is none. Its id is cut to 32 bits.
+    PelkoRoom getRoomInfo(s64 roomID);
+
+    bool deleteRoom(s64 roomID);
+
+    /// Adds the cached rooms in ascending order of their ids (which are row ids), cut to 32 bits.
+    bool getRoomList(std::vector<PelkoRoom>& list);
+
+    /// Deletes all cached rooms. @return false also when there were none
+    bool clearRoomList();
+
+    // ---- groups: Groups.cpp
+
+    /// Stores the group under its id. @param version  as in insertOrUpdateUser()
+    bool insertOrUpdateGroup(PelkoGroup* group, uint version);
+
+    bool groupExist(s64 groupID);
+
+    /// The cached group; one with only the id when there is none.
+    PelkoGroup getGroupInfo(s64 groupID);
+
+    /// The stored profile version of a user, room or group; 0 when there is none and for any other kind.
+    uint getTargetInfoVersion(const PelkoChatTarget& target);
+
+    /// Deletes the cached group; membership stays.
+    bool deleteGroup(s64 groupID);
+
+    /// Adds the groups that the user belongs to, in the order in which they were joined; one that is not
+    /// cached carries only its id.
+    bool getGroupList(std::vector<PelkoGroup>& list);
+
+    // ---- group membership: GroupList.cpp
+
+    /// @return false also when the group is on the list already
+    bool joinGroup(s64 groupID);
+
+    /// joinGroup() for each. @return how many ids are new
+    uint saveGroupList(std::vector<long long>& groupIDs);
+
+    /// Clears the list, then saves these. @return whether any id was stored; false for an empty list
+    bool replaceGroupList(std::vector<long long>& groupIDs);
+
+    /// @return false also when the list was empty
+    bool clearGroupList();
+
+    bool isInGroup(s64 groupID);
+
+    /// Takes the group off the list; its details and messages stay.
+    bool quitGroup(s64 groupID);
+
+    // ---- notifications: Notifications.cpp
+
+    // Row ids and dates of notifications come back through a 32-bit reader, sign-extended.
+
+    /// Stores the notification and writes its new row id to `dbID`.
+    bool insertNotify(PelkoNotify* notify);
+
+    /// Adds all notifications, the newest row first.
+    bool loadNotifyList(std::vector<PelkoNotify>& notifyList);
+
+    /// @param dbIDs  row ids; an empty list returns false. @return whether any was deleted
+    bool deleteNotifys(const std::vector<long>& dbIDs);
+
+    uint getUnreadNotifyCount();
+
+    bool markNotifyIsRead(long dbID, bool isRead);
+
+    /// Marks every notification read. @return true when there are any, read before or not
+    bool clearNotifyUnreadStatus();
+
+    /// The notification of that row id; a default one (dbID 0, `agree` uninitialised) when there is none.
+    PelkoNotify getNottify(long dbID);
+
+    // ---- sync marks and message settings: SyncMarks.cpp
+
+    /// The last message id stored under the key; 0 when there is none.
+    s64 getLastMsgID(const std::string& key);
+
+    /// Stores the id, a smaller one in place of a larger one too. @param msgId  below 1 returns false
+    /// @return true when the statement ran
+    bool updateLastMsgID(const std::string& key, s64 msgId);
+
+    /// The setting of the conversation; -1 when none is stored or it cannot be read.
+    int getMsgConfig(const PelkoChatTarget& target);
+
+    /// Stores the setting. The first one of a conversation can only be stored when the target's id string is
+    /// a number: for users with any other name it fails. @param config  0 or more; a negative one is stored,
+    /// but cannot be replaced any more. @return true when the statement ran
+    bool setMsgConfig(const PelkoChatTarget& target, int config);
+
 private:
     friend struct PelkoDBManagerTestAccess;
+
+    /// A relation of the logged-in user to another, stored as its number.
+    enum PelkoUserRelation : int { Friend = 0, Blocked = 1 };
 
     PelkoDBManager();
 
@@ -182,6 +342,22 @@ private:
     // ---- conversations
     std::string conditionSqlWithTarget(const PelkoChatTarget& target) const;
     bool readPage(const char* operation, const std::string& statement, std::deque<PelkoMessage>& messages);
+
+    // ---- message deletion
+    void removeMessageFiles(const char* operation, const std::string& condition);
+
+    // ---- relationships
+    bool addRelationship(std::string& name, PelkoUserRelation relation);
+    bool removeRelationship(std::string& name, PelkoUserRelation relation);
+    bool removeRelationship(PelkoUserRelation relation);
+    bool hasRelationship(std::string& name, PelkoUserRelation relation);
+    std::vector<std::string> getRelationUsernames(PelkoUserRelation relation);
+    uint saveRelationships(const char* operation, std::vector<std::string>& names,
+                           PelkoUserRelation relation);
+
+    // ---- row readers
+    void updateRoomFromQuery(CppSQLite3Query& query, PelkoRoom& room);
+    PelkoNotify notifyFromQuery(CppSQLite3Query& query);
 
     std::unique_ptr<CppSQLite3DB> mpDB;  // null while no database is open
 

@@ -46,6 +46,12 @@ struct PelkoDBManagerTestAccess {
     static std::string conditionSqlWithTarget(Manager& m, const PelkoChatTarget& target) {
         return m.conditionSqlWithTarget(target);
     }
+    static void updateRoomFromQuery(Manager& m, CppSQLite3Query& query, PelkoRoom& room) {
+        m.updateRoomFromQuery(query, room);
+    }
+    static PelkoNotify notifyFromQuery(Manager& m, CppSQLite3Query& query) {
+        return m.notifyFromQuery(query);
+    }
 };
 
 }  // namespace pelkoapi

@@ -46,26 +46,13 @@ Connection openUntraced(const std::string& path) {
 
 }  // namespace
 
-TemporaryFolder::TemporaryFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "pelko-test-XXXXXX").string();
-    if (mkdtemp(&pattern[0]) == nullptr) {
-        throw std::runtime_error("cannot make a temporary folder");
-    }
-    mPath = pattern;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(mPath, ignored);
-}
-
 StoreTest::StoreTest() = default;
 StoreTest::~StoreTest() = default;
 
 void StoreTest::SetUp() {
     traceEveryConnection();
     platform() = TestPlatform();
-    platform().userRoot = mFolder.path();
+    platform().userRoot = folder();
     pelkoapi::LoginContext::getInstance()->setUserName("me");
     ASSERT_TRUE(db().setUp());
     expectNothingLogged();
@@ -156,6 +143,17 @@ void StoreTest::expectNotReadyLogged(const std::string& operation) {
     const std::string number = line.substr(head.size(), line.size() - head.size() - tail.size());
     EXPECT_EQ(number.find_first_not_of("0123456789"), std::string::npos) << line;
     EXPECT_NE(number.front(), '0') << line;
+}
+
+void StoreTest::expectLogged(const std::vector<std::string>& lines) {
+    std::vector<std::string> file;
+    std::vector<std::string> prefixed;
+    for (const std::string& line : platform().file) {
+        file.push_back(line.substr(0, line.find(", line:")));
+        prefixed.push_back("[pelko]" + line);
+    }
+    EXPECT_EQ(file, lines);
+    EXPECT_EQ(platform().console, prefixed);
 }
 
 void StoreTest::expectNothingLogged() {

@@ -10,6 +10,7 @@
 
 #include "classes/storage/PelkoDBManager.h"
 #include "tests/support/PelkoDBManagerTestAccess.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tests/support/TestPlatform.h"
 
 namespace pelkotest {
@@ -17,19 +18,6 @@ namespace pelkotest {
 /// The value of a column as text; nothing for NULL.
 using Value = std::optional<std::string>;
 using Row = std::vector<Value>;
-
-/// A folder of the test's own under the system's temporary folder, removed with everything in it at the end.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    const std::string& path() const { return mPath; }
-
-private:
-    std::string mPath;
-};
 
 /// A store in a folder of its own, open as user "me", with every seam in view: the statements that reach
 /// SQLite on the manager's connection, both log channels, and the rows through a second connection.
@@ -51,8 +39,8 @@ protected:
     /// Forgets the recorded statements and log lines.
     void forget();
 
-    std::string dbPath() const { return mFolder.path() + "/db.dat"; }
-    const std::string& folder() const { return mFolder.path(); }
+    std::string dbPath() const { return folder() + "/db.dat"; }
+    std::string folder() const { return mFolder.path().string(); }
 
     /// The statements that have run on connections opened through the store since forget(), in order, as
     /// text.
@@ -75,6 +63,9 @@ protected:
     /// Expects exactly one not-ready line of the operation in both channels, with the same positive line
     /// number.
     static void expectNotReadyLogged(const std::string& operation);
+    /// Expects exactly these lines in both channels, the console's with its prefix; of a not-ready line only
+    /// what stands before its line number.
+    static void expectLogged(const std::vector<std::string>& lines);
     static void expectNothingLogged();
 
 private:

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "classes/platform/DefaultPlatform.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace pelkoapi {
 
@@ -121,24 +122,18 @@ TEST_F(FileUtilTest, WithoutARootPathsPassThrough) {
 class FileUtilDiskTest : public FileUtilTest {
 protected:
     void SetUp() override {
-        std::string pattern = (fs::canonical(fs::temp_directory_path()) / "pelko-file-XXXXXX").string();
-        ASSERT_NE(mkdtemp(&pattern[0]), nullptr);
-        mFolder = pattern;
         fs::create_directories(inRoot("users/me"));
         fs::create_directories(outside(""));
         setAppDataRoot(inRoot(""));
         setUserDataRoot(inRoot("users/me"));
     }
 
-    void TearDown() override {
-        FileUtilTest::TearDown();
-        fs::remove_all(mFolder);
+    std::string above(const std::string& path) const { return (mFolder.path() / "data" / path).string(); }
+    std::string inRoot(const std::string& path) const {
+        return (mFolder.path() / "data" / "app" / path).string();
     }
-
-    std::string above(const std::string& path) const { return (mFolder / "data" / path).string(); }
-    std::string inRoot(const std::string& path) const { return (mFolder / "data" / "app" / path).string(); }
     std::string outside(const std::string& path) const {
-        return (mFolder / "data" / "outside" / path).string();
+        return (mFolder.path() / "data" / "outside" / path).string();
     }
 
     static void write(const std::string& path, const std::string& contents) {
@@ -163,7 +158,7 @@ protected:
     static void expectKept(const std::string& path) { expectKept(path, path); }
 
 private:
-    fs::path mFolder;
+    pelkotest::TemporaryFolder mFolder;
 };
 
 TEST_F(FileUtilDiskTest, CreateMakesAnEmptyFileForItsOwnerAlone) {

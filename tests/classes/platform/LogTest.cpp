@@ -11,6 +11,7 @@
 
 #include "classes/platform/DefaultPlatform.h"
 #include "classes/storage/FailureConvention.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace pelkoapi {
 
@@ -28,9 +29,6 @@ const bool fileAtStart = log_file();
 class LogTest : public testing::Test {
 protected:
     void SetUp() override {
-        std::string pattern = (fs::temp_directory_path() / "pelko-log-XXXXXX").string();
-        ASSERT_NE(mkdtemp(&pattern[0]), nullptr);
-        mFolder = pattern;
         setConsoleLogEnabled(true);
         setFileLogEnabled(true);
         setLogFilePath(path());
@@ -40,11 +38,10 @@ protected:
         setConsoleLogEnabled(true);
         setFileLogEnabled(false);
         setLogFilePath("");
-        fs::remove_all(mFolder);
     }
 
-    std::string path() const { return (mFolder / "pelko.log").string(); }
-    const fs::path& folder() const { return mFolder; }
+    std::string path() const { return (mFolder.path() / "pelko.log").string(); }
+    const fs::path& folder() const { return mFolder.path(); }
 
     static std::string contents(const std::string& file) {
         std::ifstream in(file, std::ios::binary);
@@ -61,7 +58,7 @@ protected:
     }
 
 private:
-    fs::path mFolder;
+    pelkotest::TemporaryFolder mFolder;
 };
 
 TEST_F(LogTest, AtStartTheConsoleIsOnAndTheFileOff) {

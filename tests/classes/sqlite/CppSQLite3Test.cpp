@@ -97,7 +97,7 @@ protected:
     }
     void TearDown() override { sqlite3_cancel_auto_extension(keepNewestHandleHook); }
 
-    std::string pathOf(const std::string& name) const { return mFolder.path() + "/" + name; }
+    std::string pathOf(const std::string& name) const { return mFolder.path().string() + "/" + name; }
     std::string dbPath() const { return pathOf("test.db"); }
     CppSQLite3DB& db() { return mDb; }
     CppSQLite3Query rows() { return mDb.execQuery("SELECT n, s FROM t ORDER BY n"); }

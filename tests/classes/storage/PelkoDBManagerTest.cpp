@@ -150,11 +150,11 @@ TEST_F(PelkoDBManagerTest, SetUpTwiceClosesTheFirstConnectionWithOneLogLine) {
 
 TEST_F(PelkoDBManagerTest, SetUpTwiceFollowsTheUserDataRoot) {
     const TemporaryFolder other;
-    platform().userRoot = other.path();
+    platform().userRoot = other.path().string();
     run(insertRow);
     EXPECT_TRUE(db().setUp());
     EXPECT_EQ(db().queryCount("tbl_msg", "1"), 0);
-    EXPECT_TRUE(std::filesystem::exists(other.path() + "/db.dat"));
+    EXPECT_TRUE(std::filesystem::exists(other.path().string() + "/db.dat"));
     EXPECT_EQ(value("SELECT count(*) FROM tbl_msg"), "1");
 }
 
@@ -175,13 +175,13 @@ TEST_F(PelkoDBManagerTest, SetUpTakesAnEmptyFileForANewDatabase) {
 TEST_F(PelkoDBManagerTest, SetUpFailsWithoutAPath) {
     close();
     const TemporaryFolder other;
-    platform().userRoot = other.path();
+    platform().userRoot = other.path().string();
     platform().createFileResult = -1;
     forget();
     EXPECT_FALSE(db().setUp());
     expectFailureLogged("setUp");
     expectClosedAfterFailedSetUp();
-    EXPECT_TRUE(std::filesystem::is_empty(other.path()));
+    EXPECT_TRUE(std::filesystem::is_empty(other.path().string()));
 }
 
 TEST_F(PelkoDBManagerTest, SetUpFailsWhenTheFileCannotBeOpened) {

@@ -200,7 +200,7 @@ TEST_F(SchemaTest, TablesAreMadeInOrder) {
 TEST_F(SchemaTest, SetUpMakesTheTablesOfANewFile) {
     const TemporaryFolder other;
     close();
-    platform().userRoot = other.path();
+    platform().userRoot = other.path().string();
     forget();
     ASSERT_TRUE(db().setUp());
     std::vector<std::string> creates;

@@ -88,19 +88,6 @@ void writeFile(const fs::path& file, const std::string& content) {
     std::ofstream(file, std::ios::binary) << content;
 }
 
-TemporaryFolder::TemporaryFolder() {
-    std::string name = (fs::temp_directory_path() / "pelko-tool-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) {
-        throw std::runtime_error("cannot make " + name);
-    }
-    mPath = name;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    fs::remove_all(mPath, ignored);
-}
-
 Rows rowsOf(const fs::path& database, const std::string& sql) {
     const Connection connection = connectTo(database);
     sqlite3_stmt* prepared = nullptr;

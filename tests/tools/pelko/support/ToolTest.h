@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/TemporaryFolder.h"
+
 namespace pelkotest {
 
 namespace fs = std::filesystem;
@@ -19,19 +21,6 @@ fs::path sampleLog();
 
 std::string contentOf(const fs::path& file);
 void writeFile(const fs::path& file, const std::string& content);
-
-/// A folder of the test's own under the system's temporary folder, removed with everything in it at the end.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    const fs::path& path() const { return mPath; }
-
-private:
-    fs::path mPath;
-};
 
 /// How a run of the tool ended.
 struct ToolRun {
