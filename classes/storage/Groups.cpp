@@ -1,6 +1,6 @@
-#include "classes/platform/FileUtil.h"
 #include "classes/platform/StringFormatUtil.h"
 #include "classes/storage/FailureConvention.h"
+#include "classes/storage/MediaColumns.h"
 #include "classes/storage/PelkoDBManager.h"
 #include "classes/storage/SqlNames.h"
 #include "classes/storage/SqlText.h"
@@ -14,9 +14,7 @@ bool PelkoDBManager::insertOrUpdateGroup(PelkoGroup* group, uint version) {
         return false;
     }
     const std::string name = transStringQuote(group->name);
-    const std::string url = unescapedText(group->icon.url);
-    const std::string path = unescapedText(FileUtil::getAppRelativePath(group->icon.path));
-    const std::string pathEx = unescapedText(FileUtil::getAppRelativePath(group->icon.pathEx));
+    const MediaText icon = mediaText(group->icon);
     const std::string info = transStringQuote(group->info);
     const int capacity = static_cast<int>(group->capacity);
     const std::string owner = unescapedText(group->ownerAccount);
@@ -30,21 +28,21 @@ bool PelkoDBManager::insertOrUpdateGroup(PelkoGroup* group, uint version) {
             StringFormatUtil::string_format(
                 "UPDATE %s SET %s = '%s', %s = '%s', %s = '%s', %s = '%s', %s = '%s', %s = %d, %s = %d, "
                 "%s = '%s', %s = %d, %s = %d WHERE %s = %lld",
-                sql::tblGroup, sql::name, name.c_str(), sql::iconUrl, url.c_str(), sql::iconPath,
-                path.c_str(), sql::iconPathEx, pathEx.c_str(), sql::info, info.c_str(), sql::capacity,
-                capacity, sql::type, group->ownerType, sql::owner, owner.c_str(), sql::infoVersion,
-                storedVersion, sql::needAuth, needAuth, sql::groupId, group->id));
+                sql::tblGroup, sql::name, name.c_str(), sql::iconUrl, icon.url.c_str(), sql::iconPath,
+                icon.path.c_str(), sql::iconPathEx, icon.pathEx.c_str(), sql::info, info.c_str(),
+                sql::capacity, capacity, sql::type, group->ownerType, sql::owner, owner.c_str(),
+                sql::infoVersion, storedVersion, sql::needAuth, needAuth, sql::groupId, group->id));
     }
     return execChanging(
         "insertOrUpdateGroup",
-        StringFormatUtil::string_format("INSERT INTO %s (%s, %s, %s, %s, %s, %s, %s, %s, %s, %s ,%s) VALUES "
-                                        "(%lld, '%s', '%s', '%s', '%s', "
-                                        "'%s', %d, %d, '%s', %d, %d)",
-                                        sql::tblGroup, sql::groupId, sql::name, sql::iconUrl, sql::iconPath,
-                                        sql::iconPathEx, sql::info, sql::capacity, sql::type, sql::owner,
-                                        sql::infoVersion, sql::needAuth, group->id, name.c_str(), url.c_str(),
-                                        path.c_str(), pathEx.c_str(), info.c_str(), capacity,
-                                        group->ownerType, owner.c_str(), storedVersion, needAuth));
+        StringFormatUtil::string_format(
+            "INSERT INTO %s (%s, %s, %s, %s, %s, %s, %s, %s, %s, %s ,%s) VALUES "
+            "(%lld, '%s', '%s', '%s', '%s', "
+            "'%s', %d, %d, '%s', %d, %d)",
+            sql::tblGroup, sql::groupId, sql::name, sql::iconUrl, sql::iconPath, sql::iconPathEx, sql::info,
+            sql::capacity, sql::type, sql::owner, sql::infoVersion, sql::needAuth, group->id, name.c_str(),
+            icon.url.c_str(), icon.path.c_str(), icon.pathEx.c_str(), info.c_str(), capacity,
+            group->ownerType, owner.c_str(), storedVersion, needAuth));
 }
 
 bool PelkoDBManager::groupExist(s64 groupID) {
@@ -64,9 +62,7 @@ PelkoGroup PelkoDBManager::getGroupInfo(s64 groupID) {
                                        .c_str());
         if (!query.eof()) {
             group.name = query.getStringField(sql::name, "");
-            group.icon.url = query.getStringField(sql::iconUrl, "");
-            group.icon.path = FileUtil::getFullPath(query.getStringField(sql::iconPath, ""));
-            group.icon.pathEx = FileUtil::getFullPath(query.getStringField(sql::iconPathEx, ""));
+            readMedia(query, sql::iconUrl, sql::iconPath, sql::iconPathEx, group.icon);
             group.info = query.getStringField(sql::info, "");
             group.capacity = static_cast<uint>(query.getIntField(sql::capacity, 0));
             group.ownerType = static_cast<PelkoGroupType>(query.getIntField(sql::type, 0));

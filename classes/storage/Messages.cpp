@@ -1,8 +1,8 @@
 #include <utility>
 
-#include "classes/platform/FileUtil.h"
 #include "classes/platform/StringFormatUtil.h"
 #include "classes/storage/FailureConvention.h"
+#include "classes/storage/MediaColumns.h"
 #include "classes/storage/PelkoDBManager.h"
 #include "classes/storage/SqlNames.h"
 #include "classes/storage/SqlText.h"
@@ -26,6 +26,7 @@ bool PelkoDBManager::insertMessage(PelkoMessage* message) {
                 return true;
             }
         }
+        const MediaText media = mediaText(message->media);
         const std::string statement = StringFormatUtil::string_format(
             "INSERT INTO %s (%s, %s, %s, %s, %s, %s, %s, %s, %s, %s, %s, %s, %s, %s, %s, %s) "
             "VALUES(%lld, %d, %d, '%s', %d, '%s', '%s', '%s', %d, %d, %d, '%s', %d, '%s', %d, '%s')",
@@ -33,10 +34,8 @@ bool PelkoDBManager::insertMessage(PelkoMessage* message) {
             sql::exMediaPath, sql::mediaUrl, sql::mediaStatus, sql::duration, sql::receiverType,
             sql::receiverId, sql::senderType, sql::senderId, sql::status, sql::extraPath, message->id,
             message->type, static_cast<int>(message->date), transStringQuote(message->text).c_str(),
-            message->media.type, unescapedText(FileUtil::getAppRelativePath(message->media.path)).c_str(),
-            unescapedText(FileUtil::getAppRelativePath(message->media.pathEx)).c_str(),
-            unescapedText(message->media.url).c_str(), message->media.status,
-            static_cast<int>(message->media.duration), message->receiver.type,
+            message->media.type, media.path.c_str(), media.pathEx.c_str(), media.url.c_str(),
+            message->media.status, static_cast<int>(message->media.duration), message->receiver.type,
             getTargetUniqueID(message->receiver).c_str(), message->sender.type,
             getTargetUniqueID(message->sender).c_str(), message->status,
             unescapedText(message->extraText).c_str());
@@ -54,17 +53,16 @@ bool PelkoDBManager::updateMessage(const PelkoMessage& message) {
     if (!checkReady("updateMessage")) {
         return false;
     }
+    const MediaText media = mediaText(message.media);
     return execChanging(
         "updateMessage",
         StringFormatUtil::string_format(
             "UPDATE %s SET %s = %lld, %s = %d, %s = '%s', %s = '%s', %s = %d, %s = %d, %s = '%s', %s = '%s' "
             "WHERE %s = %lld",
             sql::tblMsg, sql::msgId, message.id, sql::date, static_cast<int>(message.date), sql::mediaPath,
-            unescapedText(FileUtil::getAppRelativePath(message.media.path)).c_str(), sql::exMediaPath,
-            unescapedText(FileUtil::getAppRelativePath(message.media.pathEx)).c_str(), sql::status,
-            message.status, sql::mediaStatus, message.media.status, sql::extraPath,
-            unescapedText(message.extraText).c_str(), sql::mediaUrl, unescapedText(message.media.url).c_str(),
-            sql::dbId, message.dbID));
+            media.path.c_str(), sql::exMediaPath, media.pathEx.c_str(), sql::status, message.status,
+            sql::mediaStatus, message.media.status, sql::extraPath, unescapedText(message.extraText).c_str(),
+            sql::mediaUrl, media.url.c_str(), sql::dbId, message.dbID));
 }
 
 uint PelkoDBManager::saveMessageList(std::vector<PelkoMessage>& messages) {
@@ -160,9 +158,7 @@ PelkoMessage PelkoDBManager::createMsgFromQuery(CppSQLite3Query& query) {
             mediaType == PelkoMediaTypeUserData) {
             PelkoMedia media(mediaType);
             media.status = static_cast<PelkoMediaStatus>(query.getIntField(sql::mediaStatus, 0));
-            media.url = query.getStringField(sql::mediaUrl, "");
-            media.path = FileUtil::getFullPath(query.getStringField(sql::mediaPath, ""));
-            media.pathEx = FileUtil::getFullPath(query.getStringField(sql::exMediaPath, ""));
+            readMedia(query, sql::mediaUrl, sql::mediaPath, sql::exMediaPath, media);
             media.duration = static_cast<uint>(query.getIntField(sql::duration, 0));
             message.media = std::move(media);
         }

@@ -352,6 +352,7 @@ private:
     bool removeRelationship(PelkoUserRelation relation);
     bool hasRelationship(std::string& name, PelkoUserRelation relation);
     std::vector<std::string> getRelationUsernames(PelkoUserRelation relation);
+    void listUsers(PelkoUserRelation relation, std::vector<PelkoUser>& users);
     uint saveRelationships(const char* operation, std::vector<std::string>& names,
                            PelkoUserRelation relation);
 

@@ -1,9 +1,8 @@
-#include "classes/platform/FileUtil.h"
 #include "classes/platform/StringFormatUtil.h"
 #include "classes/storage/FailureConvention.h"
+#include "classes/storage/MediaColumns.h"
 #include "classes/storage/PelkoDBManager.h"
 #include "classes/storage/SqlNames.h"
-#include "classes/storage/SqlText.h"
 
 // The cached chat rooms.
 
@@ -14,9 +13,7 @@ bool PelkoDBManager::insertOrUpdateRoom(PelkoRoom* room, uint version) {
         return false;
     }
     const std::string name = transStringQuote(room->name);
-    const std::string url = unescapedText(room->icon.url);
-    const std::string path = unescapedText(FileUtil::getAppRelativePath(room->icon.path));
-    const std::string pathEx = unescapedText(FileUtil::getAppRelativePath(room->icon.pathEx));
+    const MediaText icon = mediaText(room->icon);
     const int isTop = room->isTop ? 1 : 0;
     const std::string info = transStringQuote(room->info);
     const int capacity = static_cast<int>(room->capacity);
@@ -30,10 +27,10 @@ bool PelkoDBManager::insertOrUpdateRoom(PelkoRoom* room, uint version) {
             StringFormatUtil::string_format(
                 "UPDATE %s SET %s = '%s', %s = '%s', %s = '%s', %s = '%s', %s = %d, %s = '%s', %s = %d, "
                 "%s = %d, %s = %d WHERE %s = %lld",
-                sql::tblRoom, sql::name, name.c_str(), sql::iconUrl, url.c_str(), sql::iconPath, path.c_str(),
-                sql::iconPathEx, pathEx.c_str(), sql::isTop, isTop, sql::info, info.c_str(), sql::capacity,
-                capacity, sql::onlineNumber, onlineNumber, sql::infoVersion, storedVersion, sql::roomId,
-                room->id));
+                sql::tblRoom, sql::name, name.c_str(), sql::iconUrl, icon.url.c_str(), sql::iconPath,
+                icon.path.c_str(), sql::iconPathEx, icon.pathEx.c_str(), sql::isTop, isTop, sql::info,
+                info.c_str(), sql::capacity, capacity, sql::onlineNumber, onlineNumber, sql::infoVersion,
+                storedVersion, sql::roomId, room->id));
     }
     return execChanging("insertOrUpdateRoom",
                         StringFormatUtil::string_format(
@@ -42,8 +39,8 @@ bool PelkoDBManager::insertOrUpdateRoom(PelkoRoom* room, uint version) {
                             "'%s', %d, %d, %d)",
                             sql::tblRoom, sql::roomId, sql::name, sql::iconUrl, sql::iconPath,
                             sql::iconPathEx, sql::isTop, sql::info, sql::capacity, sql::onlineNumber,
-                            sql::infoVersion, room->id, name.c_str(), url.c_str(), path.c_str(),
-                            pathEx.c_str(), isTop, info.c_str(), capacity, onlineNumber, storedVersion));
+                            sql::infoVersion, room->id, name.c_str(), icon.url.c_str(), icon.path.c_str(),
+                            icon.pathEx.c_str(), isTop, info.c_str(), capacity, onlineNumber, storedVersion));
 }
 
 bool PelkoDBManager::roomExist(s64 roomID) {
@@ -72,9 +69,7 @@ PelkoRoom PelkoDBManager::getRoomInfo(s64 roomID) {
 
 void PelkoDBManager::updateRoomFromQuery(CppSQLite3Query& query, PelkoRoom& room) {
     room.name = query.getStringField(sql::name, "");
-    room.icon.url = query.getStringField(sql::iconUrl, "");
-    room.icon.path = FileUtil::getFullPath(query.getStringField(sql::iconPath, ""));
-    room.icon.pathEx = FileUtil::getFullPath(query.getStringField(sql::iconPathEx, ""));
+    readMedia(query, sql::iconUrl, sql::iconPath, sql::iconPathEx, room.icon);
     room.isTop = query.getIntField(sql::isTop, 0) != 0;
     room.info = query.getStringField(sql::info, "");
     room.capacity = static_cast<uint>(query.getIntField(sql::capacity, 0));

@@ -1,6 +1,6 @@
-#include "classes/platform/FileUtil.h"
 #include "classes/platform/StringFormatUtil.h"
 #include "classes/storage/FailureConvention.h"
+#include "classes/storage/MediaColumns.h"
 #include "classes/storage/PelkoDBManager.h"
 #include "classes/storage/SqlNames.h"
 #include "classes/storage/SqlText.h"
@@ -20,9 +20,7 @@ PelkoUser PelkoDBManager::getBaseUserInfo(std::string& name) {
                                             unescapedText(name).c_str())
                 .c_str());
         if (!query.eof()) {
-            user.icon.url = query.getStringField(sql::iconUrl, "");
-            user.icon.path = FileUtil::getFullPath(query.getStringField(sql::iconPath, ""));
-            user.icon.pathEx = FileUtil::getFullPath(query.getStringField(sql::exIconPath, ""));
+            readMedia(query, sql::iconUrl, sql::iconPath, sql::exIconPath, user.icon);
             user.info = query.getStringField(sql::info, "");
             user.nickname = query.getStringField(sql::nickname, "");
             user.gender = static_cast<PelkoUserGender>(query.getIntField(sql::gender, 0));
@@ -45,13 +43,7 @@ bool PelkoDBManager::getFriendList(std::vector<PelkoUser>& users) {
     if (!checkReady("getFriendList")) {
         return false;
     }
-    users.clear();
-    for (std::string& name : getRelationUsernames(Friend)) {
-        PelkoUser user = getBaseUserInfo(name);
-        user.isFriend = true;
-        user.isBlocked = hasRelationship(name, Blocked);
-        users.push_back(std::move(user));
-    }
+    listUsers(Friend, users);
     return true;
 }
 
@@ -59,14 +51,18 @@ bool PelkoDBManager::getBlockList(std::vector<PelkoUser>& users) {
     if (!checkReady("getBlockList")) {
         return false;
     }
+    listUsers(Blocked, users);
+    return true;
+}
+
+void PelkoDBManager::listUsers(PelkoUserRelation relation, std::vector<PelkoUser>& users) {
     users.clear();
-    for (std::string& name : getRelationUsernames(Blocked)) {
+    for (std::string& name : getRelationUsernames(relation)) {
         PelkoUser user = getBaseUserInfo(name);
-        user.isBlocked = true;
-        user.isFriend = hasRelationship(name, Friend);
+        user.isFriend = relation == Friend || hasRelationship(name, Friend);
+        user.isBlocked = relation == Blocked || hasRelationship(name, Blocked);
         users.push_back(std::move(user));
     }
-    return true;
 }
 
 bool PelkoDBManager::insertOrUpdateUser(PelkoUser& user, uint version) {
@@ -76,9 +72,7 @@ bool PelkoDBManager::insertOrUpdateUser(PelkoUser& user, uint version) {
     const std::string name = transStringQuote(user.name);
     const std::string nickname = transStringQuote(user.nickname);
     const std::string info = transStringQuote(user.info);
-    const std::string url = unescapedText(user.icon.url);
-    const std::string path = unescapedText(FileUtil::getAppRelativePath(user.icon.path));
-    const std::string pathEx = unescapedText(FileUtil::getAppRelativePath(user.icon.pathEx));
+    const MediaText icon = mediaText(user.icon);
     const int storedVersion = static_cast<int>(version);
 
     // The version is written, never compared: an older one replaces a newer one.
@@ -88,8 +82,8 @@ bool PelkoDBManager::insertOrUpdateUser(PelkoUser& user, uint version) {
             StringFormatUtil::string_format(
                 "UPDATE %s SET %s = '%s', %s = '%s', %s = '%s', %s = '%s', %s = '%s', %s = %d, %s = %d "
                 "WHERE %s = '%s'",
-                sql::tblUser, sql::nickname, nickname.c_str(), sql::iconUrl, url.c_str(), sql::iconPath,
-                path.c_str(), sql::exIconPath, pathEx.c_str(), sql::info, info.c_str(), sql::gender,
+                sql::tblUser, sql::nickname, nickname.c_str(), sql::iconUrl, icon.url.c_str(), sql::iconPath,
+                icon.path.c_str(), sql::exIconPath, icon.pathEx.c_str(), sql::info, info.c_str(), sql::gender,
                 user.gender, sql::infoVersion, storedVersion, sql::username, name.c_str()));
     }
     return execChanging(
@@ -98,8 +92,8 @@ bool PelkoDBManager::insertOrUpdateUser(PelkoUser& user, uint version) {
             "INSERT INTO %s (%s, %s, %s, %s, %s, %s, %s, %s) VALUES ('%s', '%s', '%s', '%s', '%s', '%s', %d, "
             "%d)",
             sql::tblUser, sql::username, sql::nickname, sql::iconUrl, sql::iconPath, sql::exIconPath,
-            sql::info, sql::gender, sql::infoVersion, name.c_str(), nickname.c_str(), url.c_str(),
-            path.c_str(), pathEx.c_str(), info.c_str(), user.gender, storedVersion));
+            sql::info, sql::gender, sql::infoVersion, name.c_str(), nickname.c_str(), icon.url.c_str(),
+            icon.path.c_str(), icon.pathEx.c_str(), info.c_str(), user.gender, storedVersion));
 }
 
 bool PelkoDBManager::userExist(std::string& name) {
