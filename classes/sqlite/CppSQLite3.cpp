@@ -2,8 +2,11 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <cstring>
+#include <initializer_list>
 #include <memory>
+#include <utility>
 
 namespace pelkoapi {
 
@@ -164,10 +167,9 @@ void CppSQLite3Query::takeFrom(const CppSQLite3Query& other) noexcept {
     mbEof = other.mbEof;
     mnCols = other.mnCols;
     mbOwnVM = other.mbOwnVM;
-    other.mpVM = nullptr;
-    other.mbEof = true;
-    other.mnCols = 0;
-    other.mbOwnVM = false;
+    mColumns = std::move(other.mColumns);
+    mLastColumn = other.mLastColumn;
+    other.forget();
 }
 
 void CppSQLite3Query::nextRow() {
@@ -179,25 +181,46 @@ void CppSQLite3Query::nextRow() {
 }
 
 int CppSQLite3Query::indexOf(const char* column) const {
-    for (int i = 0; i < mnCols; ++i) {
-        const char* const name = sqlite3_column_name(mpVM, i);
-        if (name != nullptr && std::strcmp(name, column) == 0) {
-            return i;
+    if (mColumns.empty()) {
+        for (int i = 0; i < mnCols; ++i) {
+            const char* const name = sqlite3_column_name(mpVM, i);
+            mColumns.push_back({name != nullptr ? name : "", 0});
         }
     }
-    throw CppSQLite3Exception(SQLITE_ERROR, sqlite3_mprintf("no such column in the result: %s", column),
-                              true);
+    // Every row is read in the same order, so from the second row on the first guess is right.
+    int& next = mColumns[static_cast<std::size_t>(mLastColumn)].next;
+    if (std::strcmp(mColumns[static_cast<std::size_t>(next)].name, column) != 0) {
+        const auto found = std::find_if(mColumns.begin(), mColumns.end(),
+                                        [&](const Column& c) { return std::strcmp(c.name, column) == 0; });
+        if (found == mColumns.end()) {
+            throw CppSQLite3Exception(SQLITE_ERROR,
+                                      sqlite3_mprintf("no such column in the result: %s", column), true);
+        }
+        next = static_cast<int>(found - mColumns.begin());
+    }
+    mLastColumn = next;
+    return next;
 }
 
-bool CppSQLite3Query::isNull(int column) const {
+void CppSQLite3Query::checkColumn(int column) const {
     if (column < 0 || column >= mnCols) {
         throw CppSQLite3Exception(SQLITE_RANGE, sqlite3_mprintf("no column %d in the result", column), true);
     }
+}
+
+bool CppSQLite3Query::isNull(int column) const {
     return sqlite3_column_type(mpVM, column) == SQLITE_NULL;
 }
 
+// SQLite gives 0 and a null pointer for NULL, so only these need a look at the type.
+
 int CppSQLite3Query::getIntField(int column, int nullValue) const {
-    return mbEof || isNull(column) ? nullValue : sqlite3_column_int(mpVM, column);
+    if (mbEof) {
+        return nullValue;
+    }
+    checkColumn(column);
+    const int value = sqlite3_column_int(mpVM, column);
+    return value == 0 && nullValue != 0 && isNull(column) ? nullValue : value;
 }
 
 int CppSQLite3Query::getIntField(const char* column, int nullValue) const {
@@ -205,7 +228,12 @@ int CppSQLite3Query::getIntField(const char* column, int nullValue) const {
 }
 
 long long CppSQLite3Query::getInt64Field(int column, long long nullValue) const {
-    return mbEof || isNull(column) ? nullValue : sqlite3_column_int64(mpVM, column);
+    if (mbEof) {
+        return nullValue;
+    }
+    checkColumn(column);
+    const long long value = sqlite3_column_int64(mpVM, column);
+    return value == 0 && nullValue != 0 && isNull(column) ? nullValue : value;
 }
 
 long long CppSQLite3Query::getInt64Field(const char* column, long long nullValue) const {
@@ -217,24 +245,30 @@ const char* CppSQLite3Query::getStringField(const char* column, const char* null
         return nullValue;
     }
     const int index = indexOf(column);
-    if (isNull(index)) {
-        return nullValue;
-    }
     const unsigned char* const text = sqlite3_column_text(mpVM, index);
-    if (text == nullptr) {
+    if (text != nullptr) {
+        return reinterpret_cast<const char*>(text);
+    }
+    if (!isNull(index)) {
         throw CppSQLite3Exception(SQLITE_NOMEM, sqlite3_errstr(SQLITE_NOMEM), false);
     }
-    return reinterpret_cast<const char*>(text);
+    return nullValue;
 }
 
 void CppSQLite3Query::finalize() noexcept {
     if (mbOwnVM) {
         sqlite3_finalize(mpVM);  // its result repeats the last step's, which has been reported
     }
+    forget();
+}
+
+void CppSQLite3Query::forget() const noexcept {
     mpVM = nullptr;
     mbEof = true;
     mnCols = 0;
     mbOwnVM = false;
+    mColumns.clear();
+    mLastColumn = 0;
 }
 
 CppSQLite3DB::~CppSQLite3DB() {
@@ -247,10 +281,13 @@ void CppSQLite3DB::open(const char* path) {
         throw CppSQLite3Exception(SQLITE_CANTOPEN, "unable to open database file: it has no name", false);
     }
     try {
-        const int result = sqlite3_open_v2(path, &mpDB, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+        // Callers serialise, so SQLite need not lock the connection in each of its functions.
+        constexpr int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
+        const int result = sqlite3_open_v2(path, &mpDB, flags, nullptr);
         if (result != SQLITE_OK) {
             throwError(mpDB, result);
         }
+        useWriteAheadLog();
         sqlite3_busy_timeout(mpDB, mnBusyTimeoutMs);
         // SQLite reads nothing of a file before the first statement: this one fails where there is no
         // database in it, or one whose schema cannot be read.
@@ -258,6 +295,24 @@ void CppSQLite3DB::open(const char* path) {
     } catch (const CppSQLite3Exception&) {
         close();
         throw;
+    }
+}
+
+void CppSQLite3DB::useWriteAheadLog() {
+    // What fails here leaves the connection as it was, in the journal mode that the file has: a file on a
+    // read-only medium, one that another process holds, or one that is no database, which open() finds next.
+    // Nothing waits for another process: the time-out is set afterwards.
+    for (const char* const setting : {
+             "PRAGMA journal_mode = WAL",
+             "PRAGMA synchronous = FULL",            // what was reported stored survives a power cut
+             "PRAGMA journal_size_limit = 4194304",  // after a large transaction, in bytes
+             "PRAGMA checkpoint_fullfsync = 1",      // on Apple devices fsync alone does not reach the medium
+         }) {
+        try {
+            execQuery(setting);
+        } catch (const CppSQLite3Exception&) {
+            continue;
+        }
     }
 }
 

@@ -2,6 +2,7 @@
 #define PELKO_SQLITE_CPPSQLITE3_H
 
 #include <exception>
+#include <vector>
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -65,7 +66,9 @@ public:
 
 private:
     int indexOf(const char* column) const;
+    void checkColumn(int column) const;
     bool isNull(int column) const;
+    void forget() const noexcept;
     void takeFrom(const CppSQLite3Query& other) noexcept;
 
     // Mutable, because copying from a const cursor takes its statement too.
@@ -74,6 +77,14 @@ private:
     mutable bool mbEof = true;
     mutable int mnCols = 0;
     mutable bool mbOwnVM = false;
+
+    /// A result column, and the one that was asked for after it the last time.
+    struct Column {
+        const char* name;
+        int next;
+    };
+    mutable std::vector<Column> mColumns;  // filled at the first read by name
+    mutable int mLastColumn = 0;
 };
 
 /// A connection to one database file. Every failure of SQLite is thrown as CppSQLite3Exception; nothing is
@@ -110,6 +121,8 @@ public:
     CppSQLite3Query execQuery(const char* sql);
 
 private:
+    void useWriteAheadLog();
+
     sqlite3* mpDB = nullptr;
     int mnBusyTimeoutMs = 5000;  // how long a statement waits for another process's lock
 };

@@ -9,6 +9,12 @@
 
 namespace pelkoapi {
 
+std::string PelkoDBManager::partiesSql(const std::string& peer, const std::string& me) const {
+    return StringFormatUtil::string_format("((%s = '%s' AND %s = '%s') OR (%s = '%s' AND %s = '%s'))",
+                                           sql::receiverId, peer.c_str(), sql::senderId, me.c_str(),
+                                           sql::senderId, peer.c_str(), sql::receiverId, me.c_str());
+}
+
 std::string PelkoDBManager::conditionSqlWithTarget(const PelkoChatTarget& target) const {
     const std::string peer = getTargetUniqueID(target);
     if (target.type == PelkoChatTargetTypeRoom || target.type == PelkoChatTargetTypeGroup) {
@@ -18,20 +24,16 @@ std::string PelkoDBManager::conditionSqlWithTarget(const PelkoChatTarget& target
 
     const std::string me = unescapedText(LoginContext::getInstance()->getUserName());
     if (target.type == PelkoChatTargetTypeUser) {
-        return StringFormatUtil::string_format(
-            "((%s = %d AND %s = %d) AND ((%s = '%s' AND %s = '%s') OR (%s = '%s' AND %s = '%s')))",
-            sql::receiverType, PelkoChatTargetTypeUser, sql::senderType, PelkoChatTargetTypeUser,
-            sql::receiverId, peer.c_str(), sql::senderId, me.c_str(), sql::senderId, peer.c_str(),
-            sql::receiverId, me.c_str());
+        return StringFormatUtil::string_format("((%s = %d AND %s = %d) AND %s)", sql::receiverType,
+                                               PelkoChatTargetTypeUser, sql::senderType,
+                                               PelkoChatTargetTypeUser, partiesSql(peer, me).c_str());
     }
     if (target.type == PelkoChatTargetTypeCustomerService) {
-        return StringFormatUtil::string_format(
-            "(((%s = %d AND %s = %d) OR ((%s = %d AND %s = %d))) AND ((%s = '%s' AND %s = '%s') OR "
-            "(%s = '%s' AND %s = '%s')))",
-            sql::receiverType, PelkoChatTargetTypeUser, sql::senderType, PelkoChatTargetTypeCustomerService,
-            sql::receiverType, PelkoChatTargetTypeCustomerService, sql::senderType, PelkoChatTargetTypeUser,
-            sql::receiverId, peer.c_str(), sql::senderId, me.c_str(), sql::senderId, peer.c_str(),
-            sql::receiverId, me.c_str());
+        return StringFormatUtil::string_format("(((%s = %d AND %s = %d) OR ((%s = %d AND %s = %d))) AND %s)",
+                                               sql::receiverType, PelkoChatTargetTypeUser, sql::senderType,
+                                               PelkoChatTargetTypeCustomerService, sql::receiverType,
+                                               PelkoChatTargetTypeCustomerService, sql::senderType,
+                                               PelkoChatTargetTypeUser, partiesSql(peer, me).c_str());
     }
     return {};  // no condition: the statement around it is refused and the operation fails
 }

@@ -46,6 +46,7 @@ bool PelkoDBManager::setUp() {
         return false;
     }
     createTablesIfNotExist();
+    createIndexesIfNotExist();
     nessesaryUpdate();
     return true;
 }

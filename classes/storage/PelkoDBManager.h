@@ -327,6 +327,12 @@ private:
     bool createMsgConfigTable();
     bool createConfigTable();
 
+    // ---- indexes: Indexes.cpp
+    void createIndexesIfNotExist();
+    void createIndex(const std::string& statement);
+    void indexBusyConversation();
+    bool indexConversation(const std::string& parties);
+
     // ---- upgrade: Upgrade.cpp
     void nessesaryUpdate();
 
@@ -340,6 +346,7 @@ private:
     bool updateMessageColumn(const char* operation, const char* column, int value, s64 dbID);
 
     // ---- conversations
+    std::string partiesSql(const std::string& peer, const std::string& me) const;
     std::string conditionSqlWithTarget(const PelkoChatTarget& target) const;
     bool readPage(const char* operation, const std::string& statement, std::deque<PelkoMessage>& messages);
 

@@ -245,11 +245,11 @@ TEST_F(ConversationsTest, CountsBeyond31BitsAreNoLimit) {
 
 TEST_F(ConversationsTest, RowsReadBeforeAFailureStayInTheLatestPage) {
     for (uint date = 1; date <= 3; ++date) {
-        add(alice, me, date);
+        add(alice, room, date);
     }
     breakMessageDated2();
     std::deque<PelkoMessage> out(1);
-    EXPECT_FALSE(db().getLatestMessages(alice, 5, out));
+    EXPECT_FALSE(db().getLatestMessages(room, 5, out));
     EXPECT_THAT(rowIds(out), ElementsAre(3, 0));
     expectFailureLogged("getLatestMessages", HasSubstr("integer overflow"));
 }
@@ -317,11 +317,11 @@ TEST_F(ConversationsTest, HistoryWithoutAnchorOrCountIsFalseWithoutAQuery) {
 
 TEST_F(ConversationsTest, RowsReadBeforeAFailureStayInTheHistory) {
     for (uint date = 1; date <= 4; ++date) {
-        add(alice, me, date);
+        add(alice, room, date);
     }
     breakMessageDated2();
     std::deque<PelkoMessage> out;
-    EXPECT_FALSE(db().getHistoryMessages(alice, 4, 5, out));
+    EXPECT_FALSE(db().getHistoryMessages(room, 4, 5, out));
     EXPECT_THAT(rowIds(out), ElementsAre(3));
     expectFailureLogged("getHistoryMessages", HasSubstr("integer overflow"));
 }

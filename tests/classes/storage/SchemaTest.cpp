@@ -205,7 +205,7 @@ TEST_F(SchemaTest, SetUpMakesTheTablesOfANewFile) {
     ASSERT_TRUE(db().setUp());
     std::vector<std::string> creates;
     for (const std::string& statement : statements()) {
-        if (statement.rfind("CREATE", 0) == 0) {
+        if (statement.rfind("CREATE TABLE", 0) == 0) {
             creates.push_back(statement);
         }
     }
