@@ -21,6 +21,7 @@ namespace {
 
 struct DataRoots {
     std::string app;
+    fs::path resolvedApp;  // without links and ".."; empty until it was needed and found
     std::string user;
 };
 
@@ -79,6 +80,7 @@ bool createPrivateFile(const fs::path& path, bool overwrite) {
 
 void setAppDataRoot(const std::string& root) {
     roots().app = withoutTrailingSeparators(root);
+    roots().resolvedApp.clear();
 }
 
 void setUserDataRoot(const std::string& root) {
@@ -131,26 +133,23 @@ bool FileUtil::exist(const std::string& path) {
 }
 
 bool FileUtil::remove(const std::string& path) {
+    // Most of what comes here is no file: that is found out first.
     const fs::path given = fs::u8path(path);
     std::error_code error;
-    if (roots().app.empty()) {
-        return false;
+    if (path.empty() || !fs::is_regular_file(fs::symlink_status(given, error))) {
+        return false;  // a link is no regular file either, and stays
     }
-    // The folder is resolved, so that neither ".." nor a symbolic link leads out of the root; the file itself
-    // is not: a link is no regular file and stays.
-    const fs::path root = fs::canonical(fs::u8path(roots().app), error);
-    if (error) {
-        return false;
+    fs::path& root = roots().resolvedApp;
+    if (root.empty()) {
+        root = fs::canonical(fs::u8path(roots().app), error);
     }
+    // The folder is resolved, so that neither ".." nor a symbolic link leads out of the root.
     const fs::path folder = fs::canonical(given.parent_path(), error);
-    if (error || !isInside(folder, root)) {
+    if (root.empty() || folder.empty() || !isInside(folder, root) ||
+        isDatabaseFile(folder, given.filename())) {
         return false;
     }
-    const fs::path file = folder / given.filename();
-    if (!fs::is_regular_file(fs::symlink_status(file, error)) || isDatabaseFile(folder, given.filename())) {
-        return false;
-    }
-    return fs::remove(file, error);
+    return fs::remove(folder / given.filename(), error);
 }
 
 }  // namespace pelkoapi

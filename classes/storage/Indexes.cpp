@@ -21,8 +21,8 @@ constexpr int busyFromMessages = 2000;
 
 // Which conversations are looked at: those with the most of the newest messages. Looking at these only keeps
 // the cost of opening a file independent of its size.
-constexpr int newestMessages = 1000;
-constexpr int busyFromNewest = 5;
+constexpr int newestMessages = 256;
+constexpr int busyFromNewest = 2;
 constexpr int busiestTried = 8;
 
 /// FNV-1a, 64 bits (Fowler, Noll, Vo): a name for an index that is the same in every run.

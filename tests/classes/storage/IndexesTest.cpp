@@ -260,7 +260,7 @@ TEST_F(IndexesTest, OneIsMadeAtAnOpeningAndFourInAll) {
     }
     // All of them among the newest, whichever was written last.
     for (const char* const peer : {"a", "b", "c", "d", "e"}) {
-        converse(peer, 100);
+        converse(peer, 50);
     }
     for (const char* const made : {"1", "2", "3", "4", "4"}) {
         reopen();
