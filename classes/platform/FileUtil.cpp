@@ -31,6 +31,7 @@ DataRoots& roots() {
 }
 
 bool isSeparator(char c) {
+    // The two are the same on most systems. NOLINTNEXTLINE(misc-redundant-expression)
     return c == '/' || c == static_cast<char>(fs::path::preferred_separator);
 }
 
