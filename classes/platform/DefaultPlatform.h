@@ -12,7 +12,8 @@ namespace pelkoapi {
 /// dropped. Until it is set, paths are stored and handed out as they are.
 void setAppDataRoot(const std::string& root);
 
-/// Sets the logged-in user's data root, which lies under the application's; db.dat lies in it.
+/// Sets the logged-in user's data root, which lies under the application's; db.dat lies in it. To be set
+/// before the store is set up.
 void setUserDataRoot(const std::string& root);
 
 /// Switches the console lines (on stderr) on or off; on at start.

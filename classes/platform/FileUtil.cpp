@@ -35,6 +35,21 @@ bool isSeparator(char c) {
     return c == '/' || c == static_cast<char>(fs::path::preferred_separator);
 }
 
+bool isAbsolute(const std::string& path) {
+    const bool hasDrive = fs::path::preferred_separator != '/' && path.size() > 1 && path[1] == ':';
+    return hasDrive || (!path.empty() && isSeparator(path.front()));
+}
+
+/// The path; the empty one for a text that is none on this system (of invalid UTF-8, where paths are not
+/// bytes).
+fs::path pathOf(const std::string& text) {
+    try {
+        return fs::u8path(text);
+    } catch (const std::exception&) {
+        return {};
+    }
+}
+
 std::string withoutTrailingSeparators(std::string path) {
     while (path.size() > 1 && isSeparator(path.back())) {
         path.pop_back();
@@ -50,11 +65,10 @@ bool isInside(const fs::path& folder, const fs::path& root) {
 /// Whether the file is an account's database or one of its journal files. The names are compared by the file
 /// system too, since on some of them "DB.DAT" opens db.dat.
 bool isDatabaseFile(const fs::path& folder, const fs::path& fileName) {
-    const std::string name = fileName.u8string();
     constexpr std::array<const char*, 4> databaseFiles = {"db.dat", "db.dat-journal", "db.dat-wal",
                                                           "db.dat-shm"};
-    if (name.rfind("db.dat-mj", 0) == 0 ||
-        std::find(databaseFiles.begin(), databaseFiles.end(), name) != databaseFiles.end()) {
+    if (fileName.native().rfind(fs::path("db.dat-mj").native(), 0) == 0 ||
+        std::find(databaseFiles.begin(), databaseFiles.end(), fileName) != databaseFiles.end()) {
         return true;
     }
     return std::any_of(databaseFiles.begin(), databaseFiles.end(), [&](const char* database) {
@@ -93,7 +107,7 @@ std::string FileUtil::getUserDataRoot() {
 }
 
 int FileUtil::createFile(const std::string& path, bool overwrite) {
-    const fs::path file = fs::u8path(path);
+    const fs::path file = pathOf(path);
     std::error_code error;
     if (fs::is_regular_file(file, error) && !overwrite) {
         // Not even opened: a file that may only be read is there all the same.
@@ -122,7 +136,7 @@ std::string FileUtil::getAppRelativePath(const std::string& path) {
 
 std::string FileUtil::getFullPath(const std::string& path) {
     const std::string& root = roots().app;
-    if (root.empty() || path.empty() || fs::u8path(path).is_absolute()) {
+    if (root.empty() || path.empty() || isAbsolute(path)) {
         return path;
     }
     return isSeparator(root.back()) ? root + path : root + '/' + path;
@@ -130,19 +144,19 @@ std::string FileUtil::getFullPath(const std::string& path) {
 
 bool FileUtil::exist(const std::string& path) {
     std::error_code ignored;
-    return fs::is_regular_file(fs::u8path(path), ignored);
+    return fs::is_regular_file(pathOf(path), ignored);
 }
 
 bool FileUtil::remove(const std::string& path) {
     // Most of what comes here is no file: that is found out first.
-    const fs::path given = fs::u8path(path);
+    const fs::path given = pathOf(path);
     std::error_code error;
-    if (path.empty() || !fs::is_regular_file(fs::symlink_status(given, error))) {
+    if (given.empty() || !fs::is_regular_file(fs::symlink_status(given, error))) {
         return false;  // a link is no regular file either, and stays
     }
     fs::path& root = roots().resolvedApp;
     if (root.empty()) {
-        root = fs::canonical(fs::u8path(roots().app), error);
+        root = fs::canonical(pathOf(roots().app), error);
     }
     // The folder is resolved, so that neither ".." nor a symbolic link leads out of the root.
     const fs::path folder = fs::canonical(given.parent_path(), error);

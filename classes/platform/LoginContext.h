@@ -5,7 +5,8 @@
 
 namespace pelkoapi {
 
-/// The client's login state. A host links its own definitions, or takes the ones of pelko_platform.
+/// The client's login state, complete before the store is set up. A host links its own definitions, or takes
+/// the ones of pelko_platform.
 class LoginContext {
 public:
     static LoginContext* getInstance();

@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <cstring>
-#include <initializer_list>
 #include <memory>
+#include <string>
 #include <utility>
 
 namespace pelkoapi {
@@ -212,15 +212,14 @@ bool CppSQLite3Query::isNull(int column) const {
     return sqlite3_column_type(mpVM, column) == SQLITE_NULL;
 }
 
-// SQLite gives 0 and a null pointer for NULL, so only these need a look at the type.
+// SQLite gives 0 and a null pointer for NULL, so the type is looked at only when that is not the answer.
 
 int CppSQLite3Query::getIntField(int column, int nullValue) const {
     if (mbEof) {
         return nullValue;
     }
     checkColumn(column);
-    const int value = sqlite3_column_int(mpVM, column);
-    return value == 0 && nullValue != 0 && isNull(column) ? nullValue : value;
+    return nullValue != 0 && isNull(column) ? nullValue : sqlite3_column_int(mpVM, column);
 }
 
 int CppSQLite3Query::getIntField(const char* column, int nullValue) const {
@@ -232,27 +231,30 @@ long long CppSQLite3Query::getInt64Field(int column, long long nullValue) const 
         return nullValue;
     }
     checkColumn(column);
-    const long long value = sqlite3_column_int64(mpVM, column);
-    return value == 0 && nullValue != 0 && isNull(column) ? nullValue : value;
+    return nullValue != 0 && isNull(column) ? nullValue : sqlite3_column_int64(mpVM, column);
 }
 
 long long CppSQLite3Query::getInt64Field(const char* column, long long nullValue) const {
     return mbEof ? nullValue : getInt64Field(indexOf(column), nullValue);
 }
 
-const char* CppSQLite3Query::getStringField(const char* column, const char* nullValue) const {
+const char* CppSQLite3Query::getStringField(int column, const char* nullValue) const {
     if (mbEof) {
         return nullValue;
     }
-    const int index = indexOf(column);
-    const unsigned char* const text = sqlite3_column_text(mpVM, index);
+    checkColumn(column);
+    const unsigned char* const text = sqlite3_column_text(mpVM, column);
     if (text != nullptr) {
         return reinterpret_cast<const char*>(text);
     }
-    if (!isNull(index)) {
+    if (!isNull(column)) {
         throw CppSQLite3Exception(SQLITE_NOMEM, sqlite3_errstr(SQLITE_NOMEM), false);
     }
     return nullValue;
+}
+
+const char* CppSQLite3Query::getStringField(const char* column, const char* nullValue) const {
+    return mbEof ? nullValue : getStringField(indexOf(column), nullValue);
 }
 
 void CppSQLite3Query::finalize() noexcept {
@@ -281,38 +283,68 @@ void CppSQLite3DB::open(const char* path) {
         throw CppSQLite3Exception(SQLITE_CANTOPEN, "unable to open database file: it has no name", false);
     }
     try {
-        // Callers serialise, so SQLite need not lock the connection in each of its functions.
-        constexpr int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
-        const int result = sqlite3_open_v2(path, &mpDB, flags, nullptr);
-        if (result != SQLITE_OK) {
-            throwError(mpDB, result);
-        }
-        useWriteAheadLog();
+        openHandle(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+        trySetting("PRAGMA journal_mode = WAL");
         sqlite3_busy_timeout(mpDB, mnBusyTimeoutMs);
-        // SQLite reads nothing of a file before the first statement: this one fails where there is no
-        // database in it, or one whose schema cannot be read.
-        execQuery("SELECT 1 FROM sqlite_master LIMIT 1");
-    } catch (const CppSQLite3Exception&) {
+        readSchema();
+    } catch (const CppSQLite3Exception& exception) {
+        const bool cannotLog =
+            exception.errorCode() == SQLITE_READONLY || exception.errorCode() == SQLITE_CANTOPEN;
         close();
-        throw;
+        if (!cannotLog || !reopenReadOnly(path)) {
+            throw;
+        }
+    }
+    trySetting("PRAGMA synchronous = FULL");            // what was reported stored survives a power cut,
+    trySetting("PRAGMA fullfsync = 1");                 // on Apple devices too, where fsync alone does not
+    trySetting("PRAGMA checkpoint_fullfsync = 1");      // reach the medium
+    trySetting("PRAGMA journal_size_limit = 4194304");  // of the log after a large transaction, in bytes
+}
+
+void CppSQLite3DB::openHandle(const char* path, int flags) {
+    // Callers serialise, so SQLite need not lock the connection in each of its functions.
+    const int result = sqlite3_open_v2(path, &mpDB, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+    if (result != SQLITE_OK) {
+        throwError(mpDB, result);
     }
 }
 
-void CppSQLite3DB::useWriteAheadLog() {
-    // What fails here leaves the connection as it was, in the journal mode that the file has: a file on a
-    // read-only medium, one that another process holds, or one that is no database, which open() finds next.
-    // Nothing waits for another process: the time-out is set afterwards.
-    for (const char* const setting : {
-             "PRAGMA journal_mode = WAL",
-             "PRAGMA synchronous = FULL",            // what was reported stored survives a power cut
-             "PRAGMA journal_size_limit = 4194304",  // after a large transaction, in bytes
-             "PRAGMA checkpoint_fullfsync = 1",      // on Apple devices fsync alone does not reach the medium
-         }) {
-        try {
-            execQuery(setting);
-        } catch (const CppSQLite3Exception&) {
-            continue;
-        }
+void CppSQLite3DB::readSchema() {
+    // SQLite reads nothing of a file before the first statement: this one fails where there is no database in
+    // it, or one whose schema cannot be read.
+    execQuery("SELECT 1 FROM sqlite_master LIMIT 1");
+}
+
+bool CppSQLite3DB::reopenReadOnly(const char* path) {
+    // A file with a write-ahead log in use is read through files beside it. On a read-only medium they cannot
+    // be made; without a log waiting to be taken up the file can be read by itself, as one that nobody
+    // changes.
+    sqlite3_vfs* const files = sqlite3_vfs_find(nullptr);
+    const std::string log = std::string(path) + "-wal";
+    int found = 1;
+    if (files->xAccess(files, log.c_str(), SQLITE_ACCESS_EXISTS, &found) != SQLITE_OK || found != 0) {
+        return false;
+    }
+    std::string uri = "file:";
+    for (const char* c = path; *c != '\0'; ++c) {
+        const bool special = *c == '%' || *c == '?' || *c == '#';
+        uri += special ? (*c == '%' ? "%25" : *c == '?' ? "%3f" : "%23") : std::string(1, *c);
+    }
+    try {
+        openHandle((uri + "?immutable=1").c_str(), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+        readSchema();
+        return true;
+    } catch (const CppSQLite3Exception&) {
+        close();
+        return false;  // the first failure is the one to tell
+    }
+}
+
+void CppSQLite3DB::trySetting(const char* pragma) {
+    // What fails leaves the connection as it was: a file that cannot be switched goes on in the mode it has.
+    try {
+        execQuery(pragma);
+    } catch (const CppSQLite3Exception&) {
     }
 }
 

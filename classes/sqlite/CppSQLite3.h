@@ -60,6 +60,7 @@ public:
     long long getInt64Field(int column, long long nullValue) const;
     /// Valid until the cursor moves or is finalized.
     const char* getStringField(const char* column, const char* nullValue) const;
+    const char* getStringField(int column, const char* nullValue) const;
 
     /// Releases the statement; the cursor is at eof afterwards. May be called more than once.
     void finalize() noexcept;
@@ -98,7 +99,9 @@ public:
     /// Closes the connection if it is open.
     virtual ~CppSQLite3DB();
 
-    /// Opens the database file, making it if it is missing; an open connection is closed first.
+    /// Opens the database file, making it if it is missing; an open connection is closed first. The file is
+    /// switched to write-ahead logging where that is possible; one on a read-only medium is opened for
+    /// reading.
     /// @param path  UTF-8; null or empty is an error, since a nameless database would vanish at close
     /// @throws CppSQLite3Exception when the file cannot be opened or is not an SQLite database; the
     ///         connection is then closed
@@ -121,7 +124,10 @@ public:
     CppSQLite3Query execQuery(const char* sql);
 
 private:
-    void useWriteAheadLog();
+    void openHandle(const char* path, int flags);
+    void readSchema();
+    bool reopenReadOnly(const char* path);
+    void trySetting(const char* pragma);
 
     sqlite3* mpDB = nullptr;
     int mnBusyTimeoutMs = 5000;  // how long a statement waits for another process's lock

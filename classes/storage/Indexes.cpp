@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "classes/platform/LoginContext.h"
 #include "classes/platform/StringFormatUtil.h"
 #include "classes/storage/FailureConvention.h"
@@ -14,9 +16,11 @@ namespace pelkoapi {
 
 namespace {
 
+constexpr char operation[] = "createIndexesIfNotExist";
+
 // One-to-one conversations that get an index of their own: at most so many, because every insertion pays for
 // each of them, and only from so many messages on, since below that a page takes less than 2 ms without one.
-constexpr int maxBusyConversations = 4;
+constexpr std::size_t maxBusyConversations = 4;
 constexpr int busyFromMessages = 2000;
 
 // Which conversations are looked at: those with the most of the newest messages. Looking at these only keeps
@@ -25,106 +29,132 @@ constexpr int newestMessages = 256;
 constexpr int busyFromNewest = 2;
 constexpr int busiestTried = 8;
 
-/// FNV-1a, 64 bits (Fowler, Noll, Vo): a name for an index that is the same in every run.
-unsigned long long fnv1a(const std::string& text) {
+/// A name for the index of these parties, the same in every run: FNV-1a, 64 bits (Fowler, Noll, Vo).
+std::string indexName(const std::string& parties) {
     unsigned long long hash = 14695981039346656037ULL;
-    for (const char c : text) {
+    for (const char c : parties) {
         hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ULL;
     }
-    return hash;
+    return StringFormatUtil::string_format("idx_msg_with_%016llx", hash);
 }
 
 }  // namespace
 
 void PelkoDBManager::createIndexesIfNotExist() {
-    // insertMessage's check for a known message, getReceivedMessage, ifMsgIDExist.
-    createIndex(StringFormatUtil::string_format("CREATE INDEX IF NOT EXISTS idx_msg_msg_id ON %s (%s)",
-                                                sql::tblMsg, sql::msgId));
-    // Pages, history and deletion of a room or group, in page order.
-    createIndex(StringFormatUtil::string_format(
-        "CREATE INDEX IF NOT EXISTS idx_msg_room ON %s (%s, %s, %s, %s) WHERE %s = %d OR %s = %d",
-        sql::tblMsg, sql::receiverId, sql::receiverType, sql::date, sql::msgId, sql::receiverType,
-        PelkoChatTargetTypeRoom, sql::receiverType, PelkoChatTargetTypeGroup));
-    // Both directions of a conversation with a user or customer service.
-    createIndex(StringFormatUtil::string_format("CREATE INDEX IF NOT EXISTS idx_msg_pair ON %s (%s, %s)",
-                                                sql::tblMsg, sql::receiverId, sql::senderId));
-    // Every unread count, from the index alone, and clearUnreadStatus.
-    createIndex(StringFormatUtil::string_format(
-        "CREATE INDEX IF NOT EXISTS idx_msg_unread ON %s (%s, %s, %s, %s, %s) WHERE %s = %d", sql::tblMsg,
-        sql::status, sql::receiverType, sql::receiverId, sql::senderType, sql::senderId, sql::status,
-        PelkoMessageStatusUnread));
-    // The two queries of the upgrade. The second index is on the row id, which the upgrade does not change,
-    // so that no row is met twice.
-    createIndex(
+    const std::string indexes[] = {
+        // insertMessage's check for a known message, getReceivedMessage, ifMsgIDExist.
+        StringFormatUtil::string_format("CREATE INDEX IF NOT EXISTS idx_msg_msg_id ON %s (%s)", sql::tblMsg,
+                                        sql::msgId),
+        // Pages, history and deletion of a room or group, in page order.
+        StringFormatUtil::string_format(
+            "CREATE INDEX IF NOT EXISTS idx_msg_room ON %s (%s, %s, %s, %s) WHERE %s = %d OR %s = %d",
+            sql::tblMsg, sql::receiverId, sql::receiverType, sql::date, sql::msgId, sql::receiverType,
+            PelkoChatTargetTypeRoom, sql::receiverType, PelkoChatTargetTypeGroup),
+        // Both directions of a conversation with a user or customer service.
+        StringFormatUtil::string_format("CREATE INDEX IF NOT EXISTS idx_msg_pair ON %s (%s, %s)", sql::tblMsg,
+                                        sql::receiverId, sql::senderId),
+        // Every unread count, from the index alone, and clearUnreadStatus.
+        StringFormatUtil::string_format(
+            "CREATE INDEX IF NOT EXISTS idx_msg_unread ON %s (%s, %s, %s, %s, %s) WHERE %s = %d", sql::tblMsg,
+            sql::status, sql::receiverType, sql::receiverId, sql::senderType, sql::senderId, sql::status,
+            PelkoMessageStatusUnread),
+        // The two queries of the upgrade. The second index is on the row id, which the upgrade does not
+        // change,
+        // so that no row is met twice.
         StringFormatUtil::string_format("CREATE INDEX IF NOT EXISTS idx_msg_sending ON %s (%s) WHERE %s = %d",
-                                        sql::tblMsg, sql::status, sql::status, PelkoMessageStatusSending));
-    createIndex(StringFormatUtil::string_format(
-        "CREATE INDEX IF NOT EXISTS idx_msg_transfer ON %s (%s) WHERE %s in (%d, %d) and %s in (%d, %d)",
-        sql::tblMsg, sql::dbId, sql::mediaStatus, PelkoMediaStatusDownloading, PelkoMediaStatusDownloadFailed,
-        sql::type, PelkoMessageTypeAudio, PelkoMessageTypeImage));
-    // Looking up and removing one name of a long friend or block list.
-    createIndex(
+                                        sql::tblMsg, sql::status, sql::status, PelkoMessageStatusSending),
+        StringFormatUtil::string_format(
+            "CREATE INDEX IF NOT EXISTS idx_msg_transfer ON %s (%s) WHERE %s in (%d, %d) and %s in (%d, %d)",
+            sql::tblMsg, sql::dbId, sql::mediaStatus, PelkoMediaStatusDownloading,
+            PelkoMediaStatusDownloadFailed, sql::type, PelkoMessageTypeAudio, PelkoMessageTypeImage),
+        // Looking up and removing one name of a long friend or block list.
         StringFormatUtil::string_format("CREATE INDEX IF NOT EXISTS idx_relationship_name ON %s (%s, %s)",
-                                        sql::tblRelationship, sql::username, sql::blockState));
+                                        sql::tblRelationship, sql::username, sql::blockState),
+    };
+    for (const std::string& statement : indexes) {
+        if (!execSucceeds(operation, statement)) {
+            // What stops one stops the others, each after waiting for it: the next opening tries again.
+            return;
+        }
+    }
     indexBusyConversation();
-}
-
-void PelkoDBManager::createIndex(const std::string& statement) {
-    execSucceeds("createIndexesIfNotExist", statement);
 }
 
 void PelkoDBManager::indexBusyConversation() {
     // A page of a one-to-one conversation reads both directions from idx_msg_pair and sorts them: time grows
     // with the conversation. An index that holds exactly the rows that the conversation's condition names, in
-    // page order, makes that independent of its length, and no other conversation's statement can use it. The
+    // page order, makes that independent of its length, and statements about other parties cannot use it. The
     // condition on kinds comes first in the index, so that the planner expects few rows of it and takes it.
     const std::string me = LoginContext::getInstance()->getUserName();
-    if (me.find('\'') != std::string::npos) {
-        return;  // such a user's conversations cannot be queried
+    if (me.empty() || me.find('\'') != std::string::npos) {
+        return;  // no conversations, or none that can be queried
     }
-    if (queryCount("sqlite_master", "type = 'index' AND name GLOB 'idx_msg_with_*'") >=
-        maxBusyConversations) {
-        return;
-    }
-    withFailureLogged("createIndexesIfNotExist", false, [&] {
-        CppSQLite3Query busiest = connection().execQuery(
-            StringFormatUtil::string_format(
-                "SELECT CASE WHEN %s = '%s' THEN %s ELSE %s END AS peer, COUNT(*) AS %s FROM (SELECT %s, %s, "
-                "%s, "
-                "%s FROM %s ORDER BY %s DESC LIMIT %d) WHERE %s = %d AND %s = %d AND (%s = '%s' OR %s = "
-                "'%s') "
-                "GROUP BY peer HAVING COUNT(*) >= %d ORDER BY COUNT(*) DESC LIMIT %d",
-                sql::senderId, me.c_str(), sql::receiverId, sql::senderId, sql::count, sql::receiverType,
-                sql::receiverId, sql::senderType, sql::senderId, sql::tblMsg, sql::dbId, newestMessages,
-                sql::receiverType, PelkoChatTargetTypeUser, sql::senderType, PelkoChatTargetTypeUser,
-                sql::senderId, me.c_str(), sql::receiverId, me.c_str(), busyFromNewest, busiestTried)
-                .c_str());
-        while (!busiest.eof()) {
-            const std::string peer = transStringQuote(busiest.getStringField("peer", ""));
-            if (indexConversation(partiesSql(peer, me))) {
-                break;  // one a start: making it reads the whole table
-            }
-            busiest.nextRow();
+    withFailureLogged(operation, false, [&] {
+        const std::vector<std::string> busy = busyConversations(me);
+        const std::vector<std::string> made =
+            firstColumn("SELECT name FROM sqlite_master WHERE type = 'index' AND name GLOB 'idx_msg_with_*'");
+        const auto isMade = [&](const std::string& parties) {
+            return std::find(made.begin(), made.end(), indexName(parties)) != made.end();
+        };
+        const auto fresh = std::find_if(busy.begin(), busy.end(), [&](const std::string& parties) {
+            return !isMade(parties) && isLong(parties);
+        });
+        if (fresh == busy.end()) {
+            return true;
         }
+        if (made.size() >= maxBusyConversations) {
+            // The place of one that has fallen silent.
+            const auto silent = std::find_if(made.begin(), made.end(), [&](const std::string& name) {
+                return std::none_of(busy.begin(), busy.end(),
+                                    [&](const std::string& parties) { return indexName(parties) == name; });
+            });
+            if (silent == made.end()) {
+                return true;
+            }
+            connection().execDML(("DROP INDEX " + *silent).c_str());
+        }
+        // One a start: making it reads the whole table.
+        connection().execDML(
+            StringFormatUtil::string_format("CREATE INDEX IF NOT EXISTS %s ON %s (%s, %s, %s, %s) WHERE %s",
+                                            indexName(*fresh).c_str(), sql::tblMsg, sql::receiverType,
+                                            sql::senderType, sql::date, sql::msgId, fresh->c_str())
+                .c_str());
         return true;
     });
 }
 
-bool PelkoDBManager::indexConversation(const std::string& parties) {
-    const std::string name = StringFormatUtil::string_format("idx_msg_with_%016llx", fnv1a(parties));
-    if (checkIfRecordExist("sqlite_master",
-                           StringFormatUtil::string_format("name = '%s'", name.c_str()).c_str())) {
-        return false;
+std::vector<std::string> PelkoDBManager::busyConversations(const std::string& me) {
+    const std::vector<std::string> peers = firstColumn(StringFormatUtil::string_format(
+        "SELECT CASE WHEN %s = '%s' THEN %s ELSE %s END AS peer FROM (SELECT %s, %s, %s, %s FROM %s ORDER BY "
+        "%s "
+        "DESC LIMIT %d) WHERE %s = %d AND %s = %d AND (%s = '%s' OR %s = '%s') GROUP BY peer HAVING COUNT(*) "
+        ">= %d "
+        "ORDER BY COUNT(*) DESC LIMIT %d",
+        sql::senderId, me.c_str(), sql::receiverId, sql::senderId, sql::receiverType, sql::receiverId,
+        sql::senderType, sql::senderId, sql::tblMsg, sql::dbId, newestMessages, sql::receiverType,
+        PelkoChatTargetTypeUser, sql::senderType, PelkoChatTargetTypeUser, sql::senderId, me.c_str(),
+        sql::receiverId, me.c_str(), busyFromNewest, busiestTried));
+    std::vector<std::string> parties;
+    for (const std::string& peer : peers) {
+        parties.push_back(partiesSql(transStringQuote(peer), me));
     }
+    return parties;
+}
+
+bool PelkoDBManager::isLong(const std::string& parties) {
     const std::string enough = StringFormatUtil::string_format(
         "(SELECT 1 FROM %s WHERE %s LIMIT %d)", sql::tblMsg, parties.c_str(), busyFromMessages);
-    if (queryCount(enough.c_str(), "1") < busyFromMessages) {
-        return false;
+    return queryCount(enough.c_str(), "1") >= busyFromMessages;
+}
+
+std::vector<std::string> PelkoDBManager::firstColumn(const std::string& query) {
+    std::vector<std::string> values;
+    CppSQLite3Query rows = connection().execQuery(query.c_str());
+    while (!rows.eof()) {
+        values.emplace_back(rows.getStringField(0, ""));
+        rows.nextRow();
     }
-    createIndex(StringFormatUtil::string_format(
-        "CREATE INDEX IF NOT EXISTS %s ON %s (%s, %s, %s, %s) WHERE %s", name.c_str(), sql::tblMsg,
-        sql::receiverType, sql::senderType, sql::date, sql::msgId, parties.c_str()));
-    return true;
+    return values;
 }
 
 }  // namespace pelkoapi

@@ -23,9 +23,12 @@ namespace pelkoapi {
 ///
 /// What holds for every operation that says nothing else:
 /// - While no database is open it logs "db is not ready(…)" and returns its neutral result.
-/// - On a database error it logs "… failed, exception in (…)" with its own name and returns its neutral
-/// result.
-///   Other exceptions (std::bad_alloc) pass on.
+/// - On a database error it logs "… failed, exception in (…)" with its own name, returns its neutral result.
+///   Other exceptions (std::bad_alloc, std::length_error for a statement beyond 2 GB) pass on.
+/// - Operations that are made of others log under the names of those: the lists of friends and blocked users
+///   under addRelationship, removeRelationship, hasRelationship and getRelationUsernames; userExist,
+///   roomExist and groupExist under checkIfRecordExist. That one and queryCount make no readiness check:
+///   while no database is open they fail as on a database error.
 /// - The neutral result is false, 0, a default record, or the caller's list as it stands.
 /// - A write reports whether at least one row changed.
 /// - List readers add to the caller's list and do not clear it.
@@ -42,8 +45,9 @@ public:
     PelkoDBManager& operator=(const PelkoDBManager&) = delete;
     virtual ~PelkoDBManager();
 
-    /// Opens "db.dat" in the logged-in user's data root, makes missing tables and repairs states that a
-    /// previous run left behind. An open database is closed first, with a log line.
+    /// Opens "db.dat" in the logged-in user's data root, makes missing tables and indexes and repairs states
+    /// that a previous run left behind. An open database is closed first, with a log line. The logged-in
+    /// user's name is to be set before. The first opening of a large file without indexes takes seconds.
     /// @return false, logged, when the file cannot be opened or is no database; the manager is then closed
     bool setUp();
 
@@ -329,9 +333,10 @@ private:
 
     // ---- indexes: Indexes.cpp
     void createIndexesIfNotExist();
-    void createIndex(const std::string& statement);
     void indexBusyConversation();
-    bool indexConversation(const std::string& parties);
+    std::vector<std::string> busyConversations(const std::string& me);
+    bool isLong(const std::string& parties);
+    std::vector<std::string> firstColumn(const std::string& query);
 
     // ---- upgrade: Upgrade.cpp
     void nessesaryUpdate();

@@ -18,7 +18,7 @@ bool PelkoDBManager::loadSessionList(std::list<PelkoSession>& sessions) {
             PelkoSession session;
             session.isTop = query.getIntField(sql::isTop, 0) != 0;
             session.priority = query.getIntField(sql::priority, 0);
-            // Read as 32 bits and widened: the client's row ids of last messages are.
+            // Read as 32 bits and widened, as every client of the format does.
             session.lastMsg = getMessage(query.getIntField(sql::lastMsgId, 0));
             session.target =
                 targetFromTypeAndID(static_cast<PelkoChatTargetType>(query.getIntField(sql::targetType, 0)),

@@ -1,7 +1,11 @@
 #include <sqlite3.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <memory>
+#include <thread>
 
 #include "classes/sqlite/CppSQLite3.h"
 #include "tests/support/StoreTest.h"
@@ -55,6 +59,7 @@ TEST_F(JournalTest, AConnectionWritesAheadAndSyncsEveryCommit) {
     EXPECT_EQ(journalMode(db), "wal");
     EXPECT_EQ(setting(db, "synchronous"), "2");
     EXPECT_EQ(setting(db, "journal_size_limit"), "4194304");
+    EXPECT_EQ(setting(db, "fullfsync"), "1");
     EXPECT_EQ(setting(db, "checkpoint_fullfsync"), "1");
     EXPECT_EQ(setting(db, "busy_timeout"), "5000");
 }
@@ -98,6 +103,66 @@ TEST_F(JournalTest, AReaderOfTheOldModeReadsWhatWasWritten) {
     db.close();
     const RawConnection other = openRaw(path());
     EXPECT_EQ(runRaw(other, "PRAGMA journal_mode = DELETE; INSERT INTO t VALUES (9)"), SQLITE_OK);
+}
+
+TEST_F(JournalTest, AFileThatIsLockedForAMomentIsWaitedFor) {
+    ASSERT_EQ(runRaw(openRaw(path()), "CREATE TABLE t (n); INSERT INTO t VALUES (7)"), SQLITE_OK);
+    const RawConnection other = openRaw(path());
+    ASSERT_EQ(runRaw(other, "BEGIN EXCLUSIVE"), SQLITE_OK);
+    std::thread release([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        EXPECT_EQ(runRaw(other, "ROLLBACK"), SQLITE_OK);
+    });
+    CppSQLite3DB db;
+    EXPECT_NO_THROW(db.open(path().c_str()));
+    release.join();
+    EXPECT_EQ(setting(db, "synchronous"), "2");
+    EXPECT_EQ(setting(db, "journal_size_limit"), "4194304");
+}
+
+/// Another user's rights while it lives, when the tests run as root, for whom no file is read-only.
+class WithoutPrivileges {
+public:
+    WithoutPrivileges() {
+        if (geteuid() == 0) {
+            EXPECT_EQ(seteuid(65534), 0);  // "nobody", by convention
+        }
+    }
+    ~WithoutPrivileges() { EXPECT_EQ(seteuid(mUser), 0); }
+
+private:
+    uid_t mUser = geteuid();
+};
+
+TEST_F(JournalTest, AFileOnAReadOnlyMediumIsRead) {
+    for (const char* const name : {"db.dat", "100% #1?.dat"}) {
+        const fs::path file = fs::path(path()).parent_path() / name;
+        CppSQLite3DB db;
+        db.open(file.c_str());
+        db.execDML("CREATE TABLE t (n)");
+        db.execDML("INSERT INTO t VALUES (7)");
+        db.close();
+        fs::permissions(file, fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read);
+        fs::permissions(file.parent_path(), fs::perms(0555));
+        {
+            const WithoutPrivileges anybody;
+            ASSERT_EQ(access(file.c_str(), R_OK), 0) << "the temporary folder must be open to every user";
+            EXPECT_NO_THROW(db.open(file.c_str()));
+            EXPECT_EQ(db.execQuery("SELECT n FROM t").getIntField(0, 0), 7);
+            EXPECT_THROW(db.execDML("INSERT INTO t VALUES (8)"), pelkoapi::CppSQLite3Exception);
+            db.close();
+        }
+        fs::permissions(file.parent_path(), fs::perms(0755));
+    }
+    EXPECT_THAT(files(), testing::SizeIs(2));
+}
+
+TEST_F(JournalTest, WhatIsNoDatabaseIsNotReadEither) {
+    std::ofstream(path()) << std::string(8192, 'x');
+    CppSQLite3DB db;
+    EXPECT_THROW(db.open(path().c_str()), pelkoapi::CppSQLite3Exception);
+    EXPECT_THROW(db.open((path() + "/nowhere").c_str()), pelkoapi::CppSQLite3Exception);
+    EXPECT_FALSE(db.checkDBIsOpen());
 }
 
 class StoreJournalTest : public StoreTest {};

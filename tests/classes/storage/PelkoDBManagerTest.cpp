@@ -260,8 +260,7 @@ TEST_F(PelkoDBManagerTest, FailingTablesAndRepairsDoNotChangeTheResult) {
     const auto isOfIndexes = [](const std::string& line) {
         return line.rfind("createIndexesIfNotExist failed, exception in (", 0) == 0;
     };
-    EXPECT_EQ(std::count_if(lines.begin(), lines.end(), isOfIndexes), 7)
-        << "six indexes, one busy conversation";
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(), isOfIndexes), 1) << "the first that cannot be made";
     lines.erase(std::remove_if(lines.begin(), lines.end(), isOfIndexes), lines.end());
     EXPECT_THAT(lines, ElementsAre(StartsWith("createMsgTable failed, exception in ("),
                                    StartsWith("nessesaryUpdate failed, exception in ("),
