@@ -135,6 +135,7 @@ std::vector<std::string> PelkoDBManager::busyConversations(const std::string& me
         PelkoChatTargetTypeUser, sql::senderType, PelkoChatTargetTypeUser, sql::senderId, me.c_str(),
         sql::receiverId, me.c_str(), busyFromNewest, busiestTried));
     std::vector<std::string> parties;
+    parties.reserve(peers.size());
     for (const std::string& peer : peers) {
         parties.push_back(partiesSql(transStringQuote(peer), me));
     }

@@ -166,4 +166,12 @@ long long messageIdOfLine(unsigned int roomId, long long day, std::size_t line) 
            static_cast<long long>(line);
 }
 
+LinePlace placeOfMessageId(long long messageId) {
+    LinePlace place;
+    place.roomId = static_cast<unsigned int>(messageId >> (dayBits + lineBits));
+    place.day = messageId >> lineBits & ((1LL << dayBits) - 1);
+    place.line = static_cast<std::size_t>(messageId & ((1LL << lineBits) - 1));
+    return place;
+}
+
 }  // namespace pelkotool

@@ -48,6 +48,14 @@ unsigned int roomIdOfChannel(std::string_view channel);
 /// @param line  1 to mostLines
 long long messageIdOfLine(unsigned int roomId, long long day, std::size_t line);
 
+/// What a message's service id was made of.
+struct LinePlace {
+    unsigned int roomId = 0;
+    long long day = 0;
+    std::size_t line = 0;
+};
+LinePlace placeOfMessageId(long long messageId);
+
 }  // namespace pelkotool
 
 #endif  // PELKO_TOOL_CHAT_LOG_H

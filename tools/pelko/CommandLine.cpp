@@ -11,19 +11,25 @@ namespace pelkotool {
 namespace {
 
 constexpr char description[] =
-    "pelko looks into the chat store of one account, its db.dat, and plays messages into it, through the "
-    "same\n"
+    "pelko looks into the chat store of one account, its db.dat, and writes to it, through the same\n"
     "operations that a chat client uses.\n";
 
 constexpr char map[] =
     "What is where:\n"
-    "  DATA-DIR/users/NAME/db.dat   the store of the account NAME: its messages, and one session for each\n"
-    "                               conversation with the conversation's last message\n"
+    "  DATA-DIR/users/NAME/db.dat   the store of the account NAME\n"
+    "  messages                     each once, by row (DBID); those with a service id are never stored "
+    "twice\n"
+    "  conversations                the messages with one peer, and a session that shows the newest of them\n"
+    "  contacts                     the friends and the blocked users, and profiles of users\n"
+    "  rooms and groups             their details, and the list of joined groups\n"
+    "  notifications                invitations to groups, requests to join and the replies\n"
+    "  sync marks and settings      how far streams have been fetched; a number for each conversation\n"
     "  TARGET                       the peer of a conversation: user:alice, room:5001, group:77, service:9\n"
     "  unread                       a received message until 'pelko read' marks its conversation read\n"
     "\n"
     "Begin with 'pelko replay FOLDER', then 'pelko sessions', then 'pelko show' with a TARGET of that list.\n"
-    "'pelko COMMAND --help' tells more. Exit codes: 0 done, 1 failed, 2 wrong arguments, 130 interrupted.";
+    "'pelko COMMAND --help' tells more, and which commands stand below it, as in 'pelko rooms add'.\n"
+    "Exit codes: 0 done, 1 failed, 2 wrong arguments, 130 interrupted.";
 
 /// The last line of several is what CLI11 adds itself.
 std::string firstLine(const std::string& text) {
@@ -73,9 +79,18 @@ void run(int argc, const char* const* argv) {
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     addGlobalOptions(app, options);
     addReplayCommands(app, options);
+    addMessageCommands(app, options);
+    addDeleteCommand(app, options);
     addConversationCommands(app, options);
     addUnreadCommands(app, options);
-    addMessageCommands(app, options);
+    addPinCommands(app, options);
+    addClearCommand(app, options);
+    addContactCommands(app, options);
+    addUserCommands(app, options);
+    addRoomCommands(app, options);
+    addGroupCommands(app, options);
+    addNotificationCommands(app, options);
+    addSettingCommands(app, options);
     app.footer(map);  // last: commands made later would show it too
     parse(app, argc, argv);
     finishOutput();

@@ -10,15 +10,27 @@
 
 namespace pelkotool {
 
-// The headings of 'pelko --help'.
-constexpr char groupFilling[] = "Messages in";
-constexpr char groupConversations[] = "Conversations";
-constexpr char groupUnread[] = "Unread badges";
+// The headings of 'pelko --help', which come in the order in which they are first used.
+constexpr char headingMessages[] = "Messages";
+constexpr char headingConversations[] = "Conversations";
+constexpr char headingContacts[] = "Contacts";
+constexpr char headingPlaces[] = "Rooms and groups";
+constexpr char headingNotifications[] = "Notifications";
+constexpr char headingSettings[] = "Sync marks and settings";
 
 void addReplayCommands(CLI::App& app, const GlobalOptions& global);        // replay
+void addMessageCommands(CLI::App& app, const GlobalOptions& global);       // send, receive
+void addDeleteCommand(CLI::App& app, const GlobalOptions& global);         // delete
 void addConversationCommands(CLI::App& app, const GlobalOptions& global);  // sessions, show
 void addUnreadCommands(CLI::App& app, const GlobalOptions& global);        // unread, read
-void addMessageCommands(CLI::App& app, const GlobalOptions& global);       // send, receive
+void addClearCommand(CLI::App& app, const GlobalOptions& global);          // clear
+void addPinCommands(CLI::App& app, const GlobalOptions& global);           // pin, unpin
+void addContactCommands(CLI::App& app, const GlobalOptions& global);       // friends, blocked
+void addUserCommands(CLI::App& app, const GlobalOptions& global);          // users
+void addRoomCommands(CLI::App& app, const GlobalOptions& global);          // rooms
+void addGroupCommands(CLI::App& app, const GlobalOptions& global);         // groups
+void addNotificationCommands(CLI::App& app, const GlobalOptions& global);  // notifications
+void addSettingCommands(CLI::App& app, const GlobalOptions& global);       // setting, mute, unmute, mark
 
 }  // namespace pelkotool
 

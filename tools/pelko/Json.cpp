@@ -7,6 +7,7 @@
 
 namespace pelkotool {
 
+using pelkoapi::PelkoChatTarget;
 using pelkoapi::PelkoMedia;
 using pelkoapi::PelkoMessage;
 
@@ -30,6 +31,15 @@ Json mediaJson(const PelkoMedia& media) {
             {"duration", media.duration}};
 }
 
+Json iconJson(const PelkoMedia& icon) {
+    return {{"url", icon.url}, {"path", icon.path}, {"path_ex", icon.pathEx}};
+}
+
+/// A party of a notification, which keeps a name beside the id of a numbered target.
+Json partyJson(const PelkoChatTarget& party) {
+    return {{"target", targetJson(party)}, {"name", party.name}};
+}
+
 }  // namespace
 
 Json targetJson(const pelkoapi::PelkoChatTarget& target) {
@@ -49,6 +59,52 @@ Json messageJson(const PelkoMessage& message) {
             {"text", message.text},
             {"extra_text", message.extraText},
             {"media", message.hasMedia() ? mediaJson(message.media) : Json(nullptr)}};
+}
+
+Json roomJson(const pelkoapi::PelkoRoom& room, unsigned int version) {
+    return {{"target", targetJson(room)},  {"name", room.name},           {"info", room.info},
+            {"top", room.isTop},           {"online", room.onlineNumber}, {"capacity", room.capacity},
+            {"icon", iconJson(room.icon)}, {"info_version", version}};
+}
+
+Json groupJson(const pelkoapi::PelkoGroup& group, unsigned int version, bool joined) {
+    return {{"target", targetJson(group)},
+            {"joined", joined},
+            {"name", group.name},
+            {"info", group.info},
+            {"type", wordFor(group.ownerType, 0, {"public", "private"})},
+            {"owner", group.ownerAccount},
+            {"needs_authentication", group.needAuthentication},
+            {"capacity", group.capacity},
+            {"icon", iconJson(group.icon)},
+            {"info_version", version}};
+}
+
+Json userJson(const pelkoapi::PelkoUser& user, unsigned int version) {
+    return {{"name", user.name},           {"nickname", user.nickname}, {"gender", genderJson(user.gender)},
+            {"info", user.info},           {"friend", user.isFriend},   {"blocked", user.isBlocked},
+            {"icon", iconJson(user.icon)}, {"info_version", version}};
+}
+
+Json genderJson(pelkoapi::PelkoUserGender gender) {
+    return wordFor(gender, 0, {"male", "female", "unset"});
+}
+
+Json notifyTypeJson(pelkoapi::PelkoNotifyType type) {
+    return wordFor(type, 0, {"invite", "request", "reply"});
+}
+
+Json notifyJson(const pelkoapi::PelkoNotify& notify) {
+    return {{"db_id", notify.dbID},
+            {"date", isoTime(static_cast<unsigned int>(notify.date))},
+            {"read", notify.isRead},
+            {"type", notifyTypeJson(notify.type)},
+            {"sender", partyJson(notify.sender)},
+            {"receiver", partyJson(notify.receiver)},
+            {"group", partyJson(notify.from)},
+            {"agree", notify.agree},
+            {"system", notify.isSystemNotify},
+            {"text", notify.text}};
 }
 
 }  // namespace pelkotool

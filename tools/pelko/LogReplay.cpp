@@ -2,8 +2,11 @@
 
 #include <map>
 
+#include "tools/pelko/Arguments.h"
+#include "tools/pelko/Details.h"
 #include "tools/pelko/Interrupt.h"
 #include "tools/pelko/Output.h"
+#include "tools/pelko/Target.h"
 #include "tools/pelko/ToolError.h"
 
 namespace pelkotool {
@@ -11,7 +14,9 @@ namespace pelkotool {
 using pelkoapi::PelkoChatTarget;
 using pelkoapi::PelkoDBManager;
 using pelkoapi::PelkoMessage;
+using pelkoapi::PelkoRoom;
 using pelkoapi::PelkoSession;
+using pelkoapi::PelkoUser;
 
 namespace {
 
@@ -39,12 +44,13 @@ void requireDistinctRooms(const std::vector<LogFile>& files) {
     }
 }
 
-LogReplay::LogReplay(Store& store, std::uint64_t batch) : mStore(store), mBatch(batch) {
+LogReplay::LogReplay(Store& store, const ReplayOptions& options) : mStore(store), mOptions(options) {
 }
 
 ReplaySummary LogReplay::play(const std::vector<LogFile>& files, ProgressBar& progress) {
     mSummary = {};
     mStoredAtCommit = 0;
+    requireChannelsRooms(files);
     try {
         playAll(files, progress);
         commit();
@@ -52,6 +58,26 @@ ReplaySummary LogReplay::play(const std::vector<LogFile>& files, ProgressBar& pr
         throw ToolError(std::string(error.what()) + "; " + committedText());
     }
     return mSummary;
+}
+
+/// A room's number follows from its channel's name, so two channels of different runs can meet in one room,
+/// too.
+void LogReplay::requireChannelsRooms(const std::vector<LogFile>& files) {
+    std::set<std::string> channels;
+    for (const LogFile& file : files) {
+        if (!channels.insert(file.channel).second) {
+            continue;
+        }
+        const PelkoChatTarget room = roomOf(file.channel);
+        const std::string name = storedName(mStore, room);
+        if (!name.empty() && name != file.channel) {
+            const std::string target = targetText(room);
+            throw ToolError("the channel '" + file.channel + "' would be " + target +
+                            ", which is stored as '" + name +
+                            "'; rename the channel's folder, or, if they are the same, 'pelko rooms add " +
+                            target + " --name " + file.channel + "'");
+        }
+    }
 }
 
 void LogReplay::playAll(const std::vector<LogFile>& files, ProgressBar& progress) {
@@ -84,64 +110,182 @@ void LogReplay::enterRoom(const LogFile& file) {
     room.target = mRoom.target;
     room.channel = file.channel;
     mSummary.rooms.push_back(std::move(room));
+    storeRoom(file.channel);
 }
 
-void LogReplay::playFile(const LogFile& file, std::uintmax_t bytesBefore, ProgressBar& progress) {
-    const std::string content = readFile(file.path);
-    const std::vector<std::string_view> lines = splitLines(content);
+/// Keeps what else is stored of the room, its version included.
+void LogReplay::storeRoom(const std::string& channel) {
+    const std::string doing = "store " + targetText(mRoom.target);
+    const unsigned int version = storedVersion(mStore, mRoom.target);
+    PelkoRoom room = mStore.run(doing, [&](PelkoDBManager& db) { return db.getRoomInfo(mRoom.target.id); });
+    if (version != 0 && room.name == channel) {
+        return;
+    }
+    room.name = channel;
+    begin();
+    if (!mStore.run(doing, [&](PelkoDBManager& db) {
+            return db.insertOrUpdateRoom(&room, version == 0 ? 1 : version);
+        })) {
+        throw ToolError("cannot " + doing + ": the store changed no row");
+    }
+}
+
+LogReplay::CurrentLog::CurrentLog(const LogFile& logFile)
+    : file(logFile), content(readFile(logFile.path)), lines(splitLines(content)) {
     if (lines.size() > mostLines) {
         throw ToolError(file.path.string() + " has " + std::to_string(lines.size()) +
                         " lines; a log may have at most " + std::to_string(mostLines));
     }
+}
+
+long long LogReplay::CurrentLog::fingerprintThrough(std::size_t lineNumber) {
+    if (lineNumber < mFingerprinted) {
+        mFingerprint = {};
+        mFingerprinted = 0;
+    }
+    while (mFingerprinted < lineNumber) {
+        mFingerprint.add(lines[mFingerprinted++]);
+    }
+    return mFingerprint.value();
+}
+
+void LogReplay::playFile(const LogFile& file, std::uintmax_t bytesBefore, ProgressBar& progress) {
+    CurrentLog log(file);
     const std::string label = file.channel + '/' + file.path.filename().string();
-    for (std::size_t i = 0; i < lines.size(); ++i) {
+    progress.show(bytesBefore, label);
+    for (std::size_t i = passOver(log); i < log.lines.size(); ++i) {
         if (interrupted()) {
             mSummary.interrupted = true;
-            return;
+            break;
         }
-        progress.show(bytesBefore + static_cast<std::uintmax_t>(lines[i].data() - content.data()), label);
-        const LogLine line = parseLogLine(lines[i]);
-        switch (line.kind) {
-            case LogLine::Kind::message:
-                playMessage(file, line, i + 1);
-                break;
-            case LogLine::Kind::notice:
-                ++mSummary.notices;
-                break;
-            case LogLine::Kind::unknown:
-                if (mSummary.unknownLines++ == 0) {
-                    mSummary.firstUnknownLine = placeOf(file, i + 1);
-                }
-                break;
-        }
+        progress.show(bytesBefore + static_cast<std::uintmax_t>(log.lines[i].data() - log.content.data()),
+                      label);
+        playLine(log, i + 1);
+    }
+    saveMark(log);
+}
+
+/// @return how many lines need not be played, because they were before and the log has only grown since
+std::size_t LogReplay::passOver(CurrentLog& log) {
+    const LogMark mark = readLogMark(mStore, roomId(), log.file.day);
+    if (mark.messageId == 0) {
+        return 0;
+    }
+    const std::size_t line = placeOfMessageId(mark.messageId).line;
+    log.changed = line > log.lines.size() || log.fingerprintThrough(line) != mark.fingerprint;
+    if (log.changed && mSummary.changedLogs++ == 0) {
+        mSummary.firstChangedLog = log.file.path.string();
+    }
+    if (log.changed || mOptions.all) {
+        return 0;
+    }
+    mSummary.passedOver += line;
+    mSummary.rooms.back().passedOver += line;
+    if (mRoom.newest.dbID != 0) {
+        updateSession();
+    }
+    return line;
+}
+
+void LogReplay::playLine(CurrentLog& log, std::size_t lineNumber) {
+    const LogLine line = parseLogLine(log.lines[lineNumber - 1]);
+    switch (line.kind) {
+        case LogLine::Kind::message:
+            playMessage(log, line, lineNumber);
+            break;
+        case LogLine::Kind::notice:
+            ++mSummary.notices;
+            break;
+        case LogLine::Kind::unknown:
+            if (mSummary.unknownLines++ == 0) {
+                mSummary.firstUnknownLine = placeOf(log.file, lineNumber);
+            }
+            break;
     }
 }
 
-void LogReplay::playMessage(const LogFile& file, const LogLine& line, std::size_t lineNumber) {
+void LogReplay::playMessage(CurrentLog& log, const LogLine& line, std::size_t lineNumber) {
     begin();
     PelkoMessage message =
         PelkoMessage::createTextMessage(PelkoChatTarget(line.nick), mRoom.target, line.text);
-    message.id = messageIdOfLine(static_cast<unsigned int>(mRoom.target.id), file.day, lineNumber);
-    message.date = static_cast<unsigned int>(file.day * secondsPerDay) + line.minute * 60;
+    message.id = messageIdOfLine(roomId(), log.file.day, lineNumber);
+    message.date = static_cast<unsigned int>(log.file.day * secondsPerDay) + line.minute * 60;
     message.status = pelkoapi::PelkoMessageStatusUnread;
 
-    const std::string doing = "store " + placeOf(file, lineNumber);
+    const std::string doing = "store " + placeOf(log.file, lineNumber);
     const bool taken = mStore.run(doing, [&](PelkoDBManager& db) { return db.insertMessage(&message); });
     if (!taken) {
         throw ToolError("cannot " + doing + ": the store changed no row");
     }
+    storeAuthor(line.nick);
     // A known message is taken too, but gets no row id.
     const bool isNew = message.dbID != 0;
     ++(isNew ? mSummary.stored : mSummary.known);
     ++(isNew ? mSummary.rooms.back().stored : mSummary.rooms.back().known);
+    if (!isNew && log.changed) {
+        compareWithStored(log, message, lineNumber);
+    }
     if (isNew && (mRoom.newest.dbID == 0 || mRoom.newest < message)) {
         mRoom.newest = std::move(message);
     }
     updateSession();
+    log.unmarkedLine = lineNumber;
 
-    if (++mEventsInTransaction >= mBatch) {
+    if (++mEventsInTransaction >= mOptions.batch) {
+        // Without transactions the mark is written when the log ends: one that lags behind loses nothing.
+        if (mInTransaction) {
+            saveMark(log);
+        }
         commit();
     }
+}
+
+/// The store never changes the words of a known message: tells when the log has others.
+void LogReplay::compareWithStored(const CurrentLog& log, const PelkoMessage& message,
+                                  std::size_t lineNumber) {
+    const PelkoMessage stored =
+        mStore.run("read what is stored of " + placeOf(log.file, lineNumber),
+                   [&](PelkoDBManager& db) { return db.getReceivedMessage(message.id); });
+    const bool same = stored.dbID == 0 || (stored.text == message.text && stored.date == message.date &&
+                                           stored.sender == message.sender);
+    if (!same && mSummary.differingLines++ == 0) {
+        mSummary.firstDifferingLine = placeOf(log.file, lineNumber);
+    }
+}
+
+/// Stores the author's profile, unless there is one: it may say more than a log does.
+void LogReplay::storeAuthor(const std::string& nick) {
+    if (!mAuthors.insert(nick).second) {
+        return;
+    }
+    if (hasQuote(nick)) {
+        ++mSummary.withoutProfile;
+        return;
+    }
+    const std::string doing = "store the profile of '" + nick + "'";
+    PelkoUser author(nick);
+    if (mStore.run(doing, [&](PelkoDBManager& db) { return db.userExist(author.name); })) {
+        return;
+    }
+    author.nickname = nick;
+    author.gender = pelkoapi::PelkoUserGenderNotSet;
+    // Version 0: a log does not tell the full profile.
+    if (!mStore.run(doing, [&](PelkoDBManager& db) { return db.insertOrUpdateUser(author, 0); })) {
+        throw ToolError("cannot " + doing + ": the store changed no row");
+    }
+    ++mSummary.profiles;
+}
+
+/// Part of the transaction that holds the lines for which the mark stands.
+void LogReplay::saveMark(CurrentLog& log) {
+    if (log.unmarkedLine == 0) {
+        return;
+    }
+    LogMark mark;
+    mark.messageId = messageIdOfLine(roomId(), log.file.day, log.unmarkedLine);
+    mark.fingerprint = log.fingerprintThrough(log.unmarkedLine);
+    writeLogMark(mStore, roomId(), log.file.day, mark);
+    log.unmarkedLine = 0;
 }
 
 void LogReplay::updateSession() {
@@ -159,7 +303,7 @@ void LogReplay::updateSession() {
 }
 
 void LogReplay::begin() {
-    if (mBatch <= 1 || mInTransaction) {
+    if (mOptions.batch <= 1 || mInTransaction) {
         return;
     }
     // What it returns says nothing about the BEGIN; a failure comes as an exception.
@@ -178,7 +322,8 @@ void LogReplay::commit() {
     mStoredAtCommit = mSummary.stored;
 }
 
-/// Commits what can be committed after a failure. @return what has been stored of this replay
+/// Commits what can be committed after a failure, without a mark for it: the failure may have undone it.
+/// @return what has been stored of this replay
 std::string LogReplay::committedText() {
     try {
         commit();

@@ -1,5 +1,6 @@
 #include "tools/pelko/Output.h"
 
+#include <algorithm>
 #include <iostream>
 
 #include "tools/pelko/Text.h"
@@ -9,6 +10,13 @@ namespace pelkotool {
 
 void printLine(const std::string& line) {
     std::cout << visibleText(line) << '\n';
+}
+
+void printField(const std::string& name, const std::string& value) {
+    constexpr std::size_t column = 16;
+    if (!value.empty()) {
+        printLine(name + std::string(column - std::min(column - 1, name.size()), ' ') + value);
+    }
 }
 
 void printError(const std::string& line) {

@@ -12,6 +12,9 @@ using Json = nlohmann::ordered_json;
 /// One line for people on stdout; what would steer the terminal is made visible.
 void printLine(const std::string& line);
 
+/// One field of a record for people, "name         bob"; one without a value is left out.
+void printField(const std::string& name, const std::string& value);
+
 /// One line on stderr, behind the tool's name.
 void printError(const std::string& line);
 

@@ -95,12 +95,12 @@ Store::Store(const Account& account, IfMissing ifMissing) : mAccount(account) {
     pelkoapi::setAppDataRoot(account.dataRoot.string());
     pelkoapi::setUserDataRoot(account.folder.string());
     pelkoapi::LoginContext::getInstance()->setUserName(account.user);
-    try {
-        run("open " + account.database.string(), [](PelkoDBManager& db) { return db.setUp(); });
-    } catch (...) {
-        // Opened, but without tables: the destructor does not run.
-        PelkoDBManager::getInstance()->tearDown();
-        throw;
+    // What fails while an open file is made ready, such as an index on a full disk, is no reason to show
+    // nothing: the operations tell for themselves whether they can work.
+    forgetStoreLog();
+    if (!PelkoDBManager::getInstance()->setUp()) {
+        const std::string reason = firstStoreFailure().value_or("it cannot be opened");
+        failAccount(account, reason + remedyFor(reason));
     }
 }
 
@@ -153,6 +153,10 @@ void Store::keepSession(const PelkoChatTarget& target) {
     if (isNew) {
         addSession(target);
     }
+    refreshSession(target);
+}
+
+void Store::refreshSession(const PelkoChatTarget& target) {
     const long long newest = newestMessage(target).dbID;
     run("update the session of " + targetText(target),
         [&](PelkoDBManager& db) { return db.updateSessionLastMsg(target, newest); });

@@ -49,6 +49,10 @@ public:
     /// Makes the session of a conversation if there is none, and sets its last message to the newest stored.
     void keepSession(const pelkoapi::PelkoChatTarget& target);
 
+    /// Sets the last message of a session to the newest stored, or to none; nothing where there is no
+    /// session.
+    void refreshSession(const pelkoapi::PelkoChatTarget& target);
+
     /// Makes a session that has no last message yet and is not pinned.
     void addSession(const pelkoapi::PelkoChatTarget& target);
 

@@ -24,6 +24,7 @@ std::optional<std::size_t> widthOf(int descriptor) {
     return told ? size.ws_col : customaryWidth;
 }
 
+constexpr int stdinDescriptor = STDIN_FILENO;
 constexpr int stdoutDescriptor = STDOUT_FILENO;
 constexpr int stderrDescriptor = STDERR_FILENO;
 #else
@@ -34,11 +35,16 @@ std::optional<std::size_t> widthOf(int descriptor) {
     return customaryWidth;
 }
 
+constexpr int stdinDescriptor = 0;
 constexpr int stdoutDescriptor = 1;
 constexpr int stderrDescriptor = 2;
 #endif
 
 }  // namespace
+
+bool stdinIsTerminal() {
+    return widthOf(stdinDescriptor).has_value();
+}
 
 bool stderrIsTerminal() {
     return stderrWidth().has_value();

@@ -8,6 +8,7 @@
 
 namespace pelkotool {
 
+bool stdinIsTerminal();
 bool stderrIsTerminal();
 
 /// The columns of the terminal that stdout is; nothing when it is none, as in a pipe.

@@ -25,6 +25,11 @@ std::string isoTime(unsigned int secondsSince1970) {
     return formatted("%Y-%m-%dT%H:%M:%SZ", std::gmtime(&time));
 }
 
+std::string dayText(long long daysSince1970) {
+    const std::time_t time = daysSince1970 * (24 * 60 * 60);
+    return formatted("%Y-%m-%d", std::gmtime(&time));
+}
+
 unsigned int now() {
     return static_cast<unsigned int>(std::time(nullptr));
 }

@@ -169,7 +169,7 @@ TEST_F(SyncMarksTest, KeysWithAQuoteFailBothOperations) {
 TEST_F(SyncMarksTest, OtherKeysAreKeptByteForByte) {
     std::vector<std::string> keys = {"",   "%s%n%d %", ";",    "a;b -- c",      "\\", "\"q\"",
                                      "/*", "a\nb",     "null", "J\xC3\xBCrgen", "K",  "k"};
-    keys.push_back(std::string(5000, 'k'));
+    keys.emplace_back(5000, 'k');
     s64 mark = 0;
     for (const std::string& key : keys) {
         SCOPED_TRACE(key);

@@ -162,4 +162,17 @@ TEST(MessageIdOfLine, IsUniqueAndAscendsWithTheLinesOfARoom) {
     EXPECT_EQ(messageIdOfLine(1, 2, 3), (1LL << 41U) + (2LL << 24U) + 3);
 }
 
+TEST(PlaceOfMessageId, IsWhatTheIdWasMadeOf) {
+    for (const unsigned int room : {1U, 4194303U}) {
+        for (const long long day : {0LL, 17680LL, lastDay}) {
+            for (const std::size_t line : {std::size_t{1}, mostLines}) {
+                const LinePlace place = placeOfMessageId(messageIdOfLine(room, day, line));
+                EXPECT_EQ(place.roomId, room);
+                EXPECT_EQ(place.day, day);
+                EXPECT_EQ(place.line, line);
+            }
+        }
+    }
+}
+
 }  // namespace

@@ -16,6 +16,12 @@ TEST(IsoTime, IsUtc) {
     EXPECT_EQ(isoTime(4294967295U), "2106-02-07T06:28:15Z");
 }
 
+TEST(DayText, CountsFrom1970) {
+    EXPECT_EQ(dayText(0), "1970-01-01");
+    EXPECT_EQ(dayText(17680), "2018-05-29");
+    EXPECT_EQ(dayText(24854), "2038-01-18");
+}
+
 TEST(LocalTime, FollowsTheTimeZone) {
     const char* const before = std::getenv("TZ");
     const std::string saved = before != nullptr ? before : "";

@@ -7,6 +7,7 @@
 #include <tuple>
 
 #include "tools/pelko/Commands.h"
+#include "tools/pelko/Details.h"
 #include "tools/pelko/Json.h"
 #include "tools/pelko/MessageView.h"
 #include "tools/pelko/Number.h"
@@ -59,18 +60,26 @@ void showSessions(const GlobalOptions& global, bool json) {
     });
 
     Json list = Json::array();
-    Table table({{"TARGET"}, {"PIN"}, {"UNREAD", Table::Align::right}, {"LAST MESSAGE"}, {"FROM"}, {"TEXT"}});
+    Table table({{"TARGET"},
+                 {"NAME"},
+                 {"PIN"},
+                 {"UNREAD", Table::Align::right},
+                 {"LAST MESSAGE"},
+                 {"FROM"},
+                 {"TEXT"}});
     for (const PelkoSession& session : sessions) {
         const unsigned int unread = unreadOf(store, session.target);
         const PelkoMessage& last = session.lastMsg;
         const bool hasLast = last.dbID != 0;
+        const std::string name = storedName(store, session.target);
         list.push_back({{"target", targetJson(session.target)},
+                        {"name", name.empty() ? Json(nullptr) : Json(name)},
                         {"pinned", session.isTop},
                         {"priority", session.priority},
                         {"unread", unread},
                         {"last_message", hasLast ? messageJson(last) : Json(nullptr)}});
         const std::string target = targetText(session.target);
-        table.add({target.empty() ? "(unknown)" : target, session.isTop ? "pinned" : "",
+        table.add({target.empty() ? "(unknown)" : target, name, session.isTop ? "pinned" : "",
                    std::to_string(unread), hasLast ? localTime(last.date) : "",
                    hasLast ? senderText(last) : "", hasLast ? bodyText(last) : ""});
     }
@@ -169,13 +178,13 @@ void addConversationCommands(CLI::App& app, const GlobalOptions& global) {
     const auto json = std::make_shared<bool>(false);
     CLI::App* const sessions =
         app.add_subcommand("sessions", "List the conversations with their unread counts and last messages");
-    sessions->group(groupConversations);
+    sessions->group(headingConversations);
     sessions->add_flag("--json", *json, "Print as JSON");
     sessions->callback([&global, json] { showSessions(global, *json); });
 
     const auto options = std::make_shared<ShowOptions>();
     CLI::App* const show = app.add_subcommand("show", "Show messages of a conversation, the newest last");
-    show->group(groupConversations);
+    show->group(headingConversations);
     show->add_option("TARGET", options->target, std::string("The peer: ") + targetForms)
         ->required()
         ->type_name("");

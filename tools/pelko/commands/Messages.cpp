@@ -98,7 +98,7 @@ void receive(const GlobalOptions& global, const ReceiveOptions& options) {
 
 /// What both commands take.
 void addCommonOptions(CLI::App& command, SendOptions& options) {
-    command.group(groupFilling);
+    command.group(headingMessages);
     command.add_option("TARGET", options.target, std::string("The peer: ") + targetForms)
         ->required()
         ->type_name("");

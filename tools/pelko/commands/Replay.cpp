@@ -30,6 +30,7 @@ constexpr long long largestBatch = 1'000'000'000;
 struct Options {
     std::vector<std::string> paths;
     std::string batch = "1000";
+    bool all = false;
     bool json = false;
 };
 
@@ -41,21 +42,32 @@ struct Circumstances {
     std::uintmax_t fileSize = 0;
 };
 
+Json textOrNull(const std::string& text) {
+    return text.empty() ? Json(nullptr) : Json(text);
+}
+
 Json summaryJson(const ReplaySummary& summary, const Circumstances& circumstances, const Account& account) {
     Json rooms = Json::array();
     for (const ReplaySummary::Room& room : summary.rooms) {
         rooms.push_back({{"target", targetJson(room.target)},
                          {"channel", room.channel},
                          {"stored", room.stored},
-                         {"known", room.known}});
+                         {"known", room.known},
+                         {"lines_passed_over", room.passedOver}});
     }
     return {{"stored", summary.stored},
             {"known", summary.known},
+            {"lines_passed_over", summary.passedOver},
             {"skipped",
              {{"notices", summary.notices},
               {"unknown_form", summary.unknownLines},
-              {"first_unknown_form",
-               summary.unknownLines == 0 ? Json(nullptr) : Json(summary.firstUnknownLine)}}},
+              {"first_unknown_form", textOrNull(summary.firstUnknownLine)}}},
+            {"profiles", summary.profiles},
+            {"authors_without_profile", summary.withoutProfile},
+            {"logs_changed", summary.changedLogs},
+            {"first_log_changed", textOrNull(summary.firstChangedLog)},
+            {"lines_differing", summary.differingLines},
+            {"first_line_differing", textOrNull(summary.firstDifferingLine)},
             {"files", summary.files},
             {"files_passed_over", circumstances.passedOver},
             {"seconds", circumstances.seconds},
@@ -73,14 +85,30 @@ void printFigure(const char* what, std::uint64_t figure, const std::string& note
 }
 
 void printSummary(const ReplaySummary& summary, const Circumstances& circumstances, const Account& account) {
-    const bool nothingNew = summary.stored == 0 && summary.known > 0;
+    const bool nothingNew = summary.stored == 0 && summary.known + summary.passedOver > 0;
     printFigure("messages stored", summary.stored);
     printFigure("already known", summary.known, nothingNew ? "nothing new: all were stored before" : "");
+    printFigure("lines passed over", summary.passedOver,
+                summary.passedOver == 0 ? "" : "already replayed; --all looks at them again");
     printFigure("notices skipped", summary.notices, "joins, parts, quits and renames");
     printFigure(
         "other lines skipped", summary.unknownLines,
         summary.unknownLines == 0 ? "" : "of no known form, the first is " + summary.firstUnknownLine);
+    printFigure("profiles stored", summary.profiles,
+                summary.withoutProfile == 0
+                    ? ""
+                    : counted(static_cast<long long>(summary.withoutProfile), "author has", "authors have") +
+                          " none, for a single quote in the name");
     printFigure("logs read", summary.files);
+    if (summary.changedLogs > 0) {
+        printFigure("logs changed", summary.changedLogs,
+                    "since they were replayed, all of their lines were looked at; the first is " +
+                        summary.firstChangedLog);
+    }
+    if (summary.differingLines > 0) {
+        printFigure("lines differing", summary.differingLines,
+                    "from what is stored, which stays; the first is " + summary.firstDifferingLine);
+    }
     if (circumstances.passedOver > 0) {
         printFigure("files passed over", circumstances.passedOver,
                     "their names are not CHANNEL/YYYY-MM-DD.log");
@@ -89,17 +117,23 @@ void printSummary(const ReplaySummary& summary, const Circumstances& circumstanc
                 StringFormatUtil::string_format("in %.2f seconds", circumstances.seconds));
     printFigure("bytes in the file", circumstances.fileSize, account.database.string());
 
-    Table table({{"ROOM"}, {"CHANNEL"}, {"MESSAGES", Table::Align::right}, {"NEW", Table::Align::right}});
+    Table table({{"ROOM"},
+                 {"CHANNEL"},
+                 {"MESSAGES", Table::Align::right},
+                 {"NEW", Table::Align::right},
+                 {"LINES PASSED OVER", Table::Align::right}});
     for (const ReplaySummary::Room& room : summary.rooms) {
         table.add({targetText(room.target), room.channel, std::to_string(room.stored + room.known),
-                   std::to_string(room.stored)});
+                   std::to_string(room.stored), std::to_string(room.passedOver)});
     }
     printLine("");
     table.print(std::cout);
 }
 
 void replay(const GlobalOptions& global, const Options& options) {
-    const long long batch = parseNumber("--batch", options.batch, 1, largestBatch);
+    ReplayOptions how;
+    how.batch = static_cast<std::uint64_t>(parseNumber("--batch", options.batch, 1, largestBatch));
+    how.all = options.all;
     const Account account = accountOf(global);
     const FoundLogs logs = findLogs(options.paths);
     requireDistinctRooms(logs.files);
@@ -109,11 +143,11 @@ void replay(const GlobalOptions& global, const Options& options) {
 
     catchInterrupts();
     const auto start = std::chrono::steady_clock::now();
-    Store store(account, Store::IfMissing::create);
     const ReplaySummary summary = [&] {
+        Store store(account, Store::IfMissing::create);
         ProgressBar progress(totalSize);
-        return LogReplay(store, static_cast<std::uint64_t>(batch)).play(logs.files, progress);
-    }();
+        return LogReplay(store, how).play(logs.files, progress);
+    }();  // closed by now: everything is in the file itself
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
 
     Circumstances circumstances;
@@ -140,15 +174,19 @@ void replay(const GlobalOptions& global, const Options& options) {
 void addReplayCommands(CLI::App& app, const GlobalOptions& global) {
     const auto options = std::make_shared<Options>();
     CLI::App* const command = app.add_subcommand("replay", "Play logs of chat rooms into the store");
-    command->group(groupFilling);
+    command->group(headingMessages);
     command->footer(
         "A log is CHANNEL/YYYY-MM-DD.log with lines\n"
         "  [HH:MM] <nick> text          a message\n"
         "  [HH:MM] * nick does a thing  an action\n"
         "  === anything                 a notice, skipped\n"
-        "in UTC. Each channel becomes a room, whose number follows from the channel's name. Playing a log "
-        "again\n"
-        "stores only the lines that are new.");
+        "in UTC. Each channel becomes a room, whose number follows from the channel's name. The "
+        "room\n"
+        "and a profile of each author are stored with the messages.\n"
+        "Played again, a log goes on behind the message that was played last, whatever has been deleted "
+        "since;\n"
+        "one whose lines up to there have changed is looked at whole. 'pelko rooms' shows how far each room "
+        "is.");
     command
         ->add_option("PATH", options->paths,
                      "Logs, or folders that are searched for logs; ./[x] for one named [x]")
@@ -157,6 +195,9 @@ void addReplayCommands(CLI::App& app, const GlobalOptions& global) {
     command
         ->add_option("--batch", options->batch, "Events per transaction (default: 1000; 1: no transaction)")
         ->type_name("N");
+    command->add_flag(
+        "--all", options->all,
+        "Look at all lines, those that were replayed before, too: brings deleted messages back");
     command->add_flag("--json", options->json, "Print the summary as JSON");
     command->callback([&global, options] { replay(global, *options); });
 }

@@ -107,13 +107,13 @@ void addUnreadCommands(CLI::App& app, const GlobalOptions& global) {
     const auto json = std::make_shared<bool>(false);
     CLI::App* const unread =
         app.add_subcommand("unread", "Count the unread messages: in all, by kind, by conversation");
-    unread->group(groupUnread);
+    unread->group(headingConversations);
     unread->add_flag("--json", *json, "Print as JSON");
     unread->callback([&global, json] { showUnread(global, *json); });
 
     const auto target = std::make_shared<std::string>();
     CLI::App* const read = app.add_subcommand("read", "Mark a conversation read");
-    read->group(groupUnread);
+    read->group(headingConversations);
     read->add_option("TARGET", *target, std::string("The peer: ") + targetForms)->required()->type_name("");
     const auto readJson = std::make_shared<bool>(false);
     read->add_flag("--json", *readJson, "Print as JSON");

@@ -10,10 +10,15 @@ namespace {
 
 class CommandLine : public ToolTest {};
 
+const std::vector<std::string> commands = {
+    "replay", "send",   "receive",       "delete",  "sessions", "show",    "unread",
+    "read",   "pin",    "unpin",         "clear",   "friends",  "blocked", "users",
+    "rooms",  "groups", "notifications", "setting", "mute",     "unmute",  "mark"};
+
 TEST_F(CommandLine, HelpNamesEveryCommandAndThePlaceOfTheData) {
     const ToolRun help = runWell({"--help"});
-    for (const char* const command : {"replay", "sessions", "show", "unread", "read", "send", "receive"}) {
-        EXPECT_THAT(help.out, HasSubstr(std::string("\n  ") + command + ' '));
+    for (const std::string& command : commands) {
+        EXPECT_THAT(help.out, HasSubstr("\n  " + command + ' '));
     }
     EXPECT_THAT(help.out, AllOf(HasSubstr("--data-dir"), HasSubstr("--user"), HasSubstr("db.dat"),
                                 HasSubstr("user:alice, room:5001, group:77, service:9")));
@@ -21,11 +26,39 @@ TEST_F(CommandLine, HelpNamesEveryCommandAndThePlaceOfTheData) {
 }
 
 TEST_F(CommandLine, EveryCommandHasItsOwnHelp) {
-    for (const char* const command : {"replay", "sessions", "show", "unread", "read", "send", "receive"}) {
+    for (const std::string& command : commands) {
         const ToolRun help = runWell({command, "--help"});
-        EXPECT_THAT(help.out, HasSubstr(std::string("Usage: pelko ") + command));
+        EXPECT_THAT(help.out, HasSubstr("Usage: pelko " + command));
         EXPECT_THAT(help.out, HasSubstr("--json"));
         EXPECT_THAT(help.out, Not(HasSubstr("What is where"))) << "the footer of the whole";
+    }
+}
+
+TEST_F(CommandLine, HelpIsAMapOfTheStore) {
+    const std::string help = runWell({"--help"}).out;
+    std::size_t place = 0;
+    for (const char* const heading :
+         {"\nMessages:\n", "\nConversations:\n", "\nContacts:\n", "\nRooms and groups:\n",
+          "\nNotifications:\n", "\nSync marks and settings:\n", "\nWhat is where:\n"}) {
+        const std::size_t found = help.find(heading, place);
+        ASSERT_NE(found, std::string::npos) << heading << "behind the one before";
+        place = found;
+    }
+}
+
+TEST_F(CommandLine, EveryCommandBelowAnotherHasItsOwnHelp) {
+    const std::vector<Arguments> below = {
+        {"rooms", "show", "add", "remove"},   {"groups", "show", "add", "remove", "join", "quit"},
+        {"friends", "show", "add", "remove"}, {"blocked", "show", "add", "remove"},
+        {"users", "show", "add", "remove"},   {"notifications", "show", "add", "remove", "read", "unread"}};
+    for (const Arguments& family : below) {
+        const std::string familyHelp = runWell({family[0], "--help"}).out;
+        for (std::size_t i = 1; i < family.size(); ++i) {
+            EXPECT_THAT(familyHelp, HasSubstr("\n  " + family[i] + ' '));
+            const std::string help = runWell({family[0], family[i], "--help"}).out;
+            EXPECT_THAT(help, AllOf(HasSubstr("Usage: pelko " + family[0] + ' ' + family[i] + ' '),
+                                    HasSubstr("--json")));
+        }
     }
 }
 
@@ -71,6 +104,12 @@ TEST_F(CommandLine, RefusesWhatItDoesNotKnow) {
     expectRefused(run({"send", "user:bob"}), 2, HasSubstr("TEXT"));
     expectRefused(run({"replay"}), 2, HasSubstr("PATH"));
     expectRefused(run({"show", "room:5", "-n"}), 2, HasSubstr("-n"));
+    for (const char* const family : {"rooms", "groups", "friends", "blocked", "users", "notifications"}) {
+        expectRefused(run({family, "frob"}), 2, HasSubstr("'frob'"));
+        expectRefused(run({family, "show"}), 2, HasSubstr(" is required"));
+        expectRefused(run({family, "add"}), 2, HasSubstr(" is required"));
+        expectRefused(run({family, "remove"}), 2, HasSubstr(" is required"));
+    }
 }
 
 TEST_F(CommandLine, ShowsNoControlByteOfTheInputRaw) {

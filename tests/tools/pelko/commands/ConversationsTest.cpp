@@ -1,3 +1,4 @@
+#include <map>
 #include <sstream>
 
 #include "tests/tools/pelko/support/ToolTest.h"
@@ -45,9 +46,9 @@ TEST_F(SessionsCommand, ListsConversationsTheNewestFirst) {
     execute("UPDATE tbl_msg SET date = 0");
     runWell({"send", "user:bob", "it's me"});
     EXPECT_THAT(runWell({"sessions"}).out,
-                testing::MatchesRegex("TARGET    PIN  UNREAD  LAST MESSAGE      FROM  TEXT\n"
-                                      "user:bob            0  20.*  me    it's me\n"
-                                      "room:5              1  1970-01-01 00:00  ann   hello\n"));
+                testing::MatchesRegex("TARGET    NAME  PIN  UNREAD  LAST MESSAGE      FROM  TEXT\n"
+                                      "user:bob                  0  20.*  me    it's me\n"
+                                      "room:5                    1  1970-01-01 00:00  ann   hello\n"));
 }
 
 TEST_F(SessionsCommand, PutsPinnedConversationsFirstByPriority) {
@@ -62,17 +63,39 @@ TEST_F(SessionsCommand, PutsPinnedConversationsFirstByPriority) {
         targets.push_back(session["target"]);
     }
     EXPECT_THAT(targets, ElementsAre("user:b", "user:a", "user:d", "user:c"));
-    EXPECT_THAT(runWell({"sessions"}).out, HasSubstr("user:b  pinned"));
+    EXPECT_THAT(runWell({"sessions"}).out, HasSubstr("user:b        pinned"));
 }
 
 TEST_F(SessionsCommand, PrintsEveryFieldAsJson) {
     runWell({"receive", "group:77", "hello", "--from", "ann", "--id", "9"});
     execute("UPDATE tbl_msg SET date = 1527628800");
     EXPECT_EQ(runWell({"sessions", "--json"}).json(), json::parse(R"([{
-        "target": "group:77", "pinned": false, "priority": 0, "unread": 1,
+        "target": "group:77", "name": null, "pinned": false, "priority": 0, "unread": 1,
         "last_message": {"db_id": 1, "msg_id": 9, "date": "2018-05-29T21:20:00Z", "type": "text",
                          "status": "unread", "sender": "user:ann", "receiver": "group:77", "text": "hello",
                          "extra_text": "", "media": null}}])"));
+}
+
+TEST_F(SessionsCommand, ShowsStoredNamesBesideTheTargets) {
+    runWell({"send", "room:5", "x"});
+    runWell({"send", "group:77", "x"});
+    runWell({"send", "user:bob", "x"});
+    runWell({"send", "user:o'brien", "x"});
+    runWell({"send", "service:9", "x"});
+    runWell({"rooms", "add", "5", "--name", "the garden's"});
+    runWell({"groups", "add", "77", "--name", "climbers"});
+    runWell({"users", "add", "bob", "--nickname", "Bobby"});
+    std::map<std::string, json> names;
+    for (const json& session : runWell({"sessions", "--json"}).json()) {
+        names[session["target"]] = session["name"];
+    }
+    EXPECT_EQ(names, (std::map<std::string, json>{{"room:5", "the garden's"},
+                                                  {"group:77", "climbers"},
+                                                  {"user:bob", "Bobby"},
+                                                  {"user:o'brien", nullptr},
+                                                  {"service:9", nullptr}}));
+    EXPECT_THAT(runWell({"sessions"}).out,
+                AllOf(HasSubstr("room:5        the garden's  "), HasSubstr("group:77      climbers  ")));
 }
 
 TEST_F(SessionsCommand, TakesSessionsWithoutLastMessageAndOfUnknownKind) {

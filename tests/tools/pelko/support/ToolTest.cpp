@@ -18,8 +18,12 @@ namespace pelkotest {
 
 namespace {
 
-/// Starts the tool. The descriptors are its stdout and stderr; they are closed here.
-pid_t startTool(const std::vector<std::string>& arguments, int out, int err) {
+int nothingToRead() {
+    return open("/dev/null", O_RDONLY | O_CLOEXEC);
+}
+
+/// Starts the tool. The descriptors are its stdin, stdout and stderr; they are closed here.
+pid_t startTool(const std::vector<std::string>& arguments, int in, int out, int err) {
     std::vector<std::string> words = {PELKO_TOOL_PATH};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> argv;
@@ -30,11 +34,13 @@ pid_t startTool(const std::vector<std::string>& arguments, int out, int err) {
     const pid_t process = fork();
     if (process == 0) {
         setenv("TZ", "UTC", 1);
+        dup2(in, STDIN_FILENO);
         dup2(out, STDOUT_FILENO);
         dup2(err, STDERR_FILENO);
         execv(PELKO_TOOL_PATH, argv.data());
         _exit(127);
     }
+    close(in);
     close(out);
     close(err);
     return process;
@@ -57,6 +63,14 @@ std::string readAll(int descriptor) {
         text.append(block.data(), static_cast<std::size_t>(n));
     }
     return text;
+}
+
+int makeTerminal() {
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0) {
+        throw std::runtime_error("cannot make a terminal");
+    }
+    return terminal;
 }
 
 using Connection = std::unique_ptr<sqlite3, decltype(&sqlite3_close)>;
@@ -115,7 +129,7 @@ ToolTest::Arguments ToolTest::withDataDir(const Arguments& arguments) const {
 }
 
 pid_t ToolTest::start(const Arguments& arguments) const {
-    return startTool(withDataDir(arguments), fileForWriting(folder() / "out"),
+    return startTool(withDataDir(arguments), nothingToRead(), fileForWriting(folder() / "out"),
                      fileForWriting(folder() / "err"));
 }
 
@@ -134,7 +148,8 @@ ToolRun ToolTest::run(const Arguments& arguments) const {
 ToolRun ToolTest::runExactly(const Arguments& arguments, const fs::path& out) const {
     const fs::path target = out.empty() ? folder() / "out" : out;
     writeFile(folder() / "out", "");
-    return finish(startTool(arguments, fileForWriting(target), fileForWriting(folder() / "err")));
+    return finish(
+        startTool(arguments, nothingToRead(), fileForWriting(target), fileForWriting(folder() / "err")));
 }
 
 ToolRun ToolTest::runWell(const Arguments& arguments) const {
@@ -144,17 +159,28 @@ ToolRun ToolTest::runWell(const Arguments& arguments) const {
     return result;
 }
 
-ToolRun ToolTest::runOnTerminal(const Arguments& arguments) const {
-    const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0) {
-        throw std::runtime_error("cannot make a terminal");
+ToolRun ToolTest::runAnswering(const std::string& answer, const Arguments& arguments) const {
+    const int terminal = makeTerminal();
+    const int otherEnd = open(ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (write(terminal, answer.data(), answer.size()) != static_cast<ssize_t>(answer.size())) {
+        throw std::runtime_error("cannot write to the terminal");
     }
+    const ToolRun result =
+        finish(startTool(withDataDir(arguments), otherEnd, fileForWriting(folder() / "out"),
+                         fileForWriting(folder() / "err")));
+    close(terminal);
+    return result;
+}
+
+ToolRun ToolTest::runOnTerminal(const Arguments& arguments) const {
+    const int terminal = makeTerminal();
     winsize size{};
     size.ws_col = 60;
     size.ws_row = 24;
     ioctl(terminal, TIOCSWINSZ, &size);
     const int otherEnd = open(ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    const pid_t process = startTool(withDataDir(arguments), fileForWriting(folder() / "out"), otherEnd);
+    const pid_t process =
+        startTool(withDataDir(arguments), nothingToRead(), fileForWriting(folder() / "out"), otherEnd);
     ToolRun result;
     result.err = readAll(terminal);  // ends when the tool does
     result.exitCode = waitFor(process);

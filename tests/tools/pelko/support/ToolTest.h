@@ -41,10 +41,12 @@ class ToolTest : public testing::Test {
 protected:
     using Arguments = std::vector<std::string>;
 
-    /// Runs the tool with --data-dir and these arguments, stdout and stderr to files.
+    /// Runs the tool with --data-dir and these arguments, nothing on stdin, stdout and stderr to files.
     ToolRun run(const Arguments& arguments) const;
     /// The same, with a terminal of 60 columns for stderr.
     ToolRun runOnTerminal(const Arguments& arguments) const;
+    /// The same as run(), with a terminal for stdin on which these keys have been typed.
+    ToolRun runAnswering(const std::string& answer, const Arguments& arguments) const;
     /// The same as run(), with exactly these arguments and stdout into that file.
     ToolRun runExactly(const Arguments& arguments, const fs::path& out = {}) const;
     /// run(), with a failing test unless it ends well and without a word on stderr.
