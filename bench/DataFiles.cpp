@@ -54,7 +54,7 @@ void fillMessages(sqlite3* db, const Dataset& data) {
         "media_status, duration, receiver_type, receiver_id, sender_type, sender_id, status, extra_path) "
         "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
     for (int row = 1; row <= data.rows(); ++row) {
-        const PelkoMessage m = data.message(row);
+        const PelkoMessage m = data.messageOf(row);
         insert
             .with(m.id, m.type, static_cast<long long>(m.date), m.text, m.media.type, m.media.path,
                   m.media.pathEx, m.media.url, m.media.status, static_cast<long long>(m.media.duration),
@@ -71,7 +71,7 @@ void fillLists(sqlite3* db, const Dataset& data) {
     KeptStatement update(db,
                          "UPDATE tbl_session SET last_msg_id = ? WHERE target_type = ? AND target_id = ?");
     for (int row = 1; row <= data.rows(); ++row) {
-        const PelkoChatTarget target = data.conversation(row);
+        const PelkoChatTarget target = data.conversationOf(row);
         update.with(row, target.type, idOf(target)).change();
     }
 
@@ -129,7 +129,7 @@ void makeHandTunedFile(const std::string& folder, const std::string& tablesFile,
                 "SELECT target_type, target_id, 1, last_msg_id FROM t.tbl_session");
         KeptStatement conversation(db, "INSERT OR IGNORE INTO conversation (kind, peer) VALUES (?, ?)");
         for (int row = 1; row <= data.rows(); ++row) {
-            const PelkoChatTarget target = data.conversation(row);
+            const PelkoChatTarget target = data.conversationOf(row);
             conversation.with(target.type, idOf(target)).change();
         }
         execute(db,
@@ -144,7 +144,7 @@ void makeHandTunedFile(const std::string& folder, const std::string& tablesFile,
     fillFast(handTuned.handle());
     handTuned.begin();
     for (int row = 1; row <= data.rows(); ++row) {
-        handTuned.insert(data.message(row), data.conversation(row));
+        handTuned.insert(data.messageOf(row), data.conversationOf(row));
     }
     handTuned.commit();
 }

@@ -156,15 +156,15 @@ void Dataset::chooseUnread() {
     }
 }
 
-PelkoMessage Dataset::message(int row) const {
-    PelkoMessage message = build(row, conversation(row), isOutgoing(row));
+PelkoMessage Dataset::messageOf(int row) const {
+    PelkoMessage message = build(row, conversationOf(row), isOutgoing(row));
     if (mUnread.count(row) != 0) {
         message.status = PelkoMessageStatusUnread;
     }
     return message;
 }
 
-PelkoChatTarget Dataset::conversation(int row) const {
+PelkoChatTarget Dataset::conversationOf(int row) const {
     return target(conversationIndex(row));
 }
 
@@ -208,7 +208,7 @@ PelkoChatTarget Dataset::quietPeer() {
 std::vector<long long> Dataset::rowsOf(const PelkoChatTarget& wanted) const {
     std::vector<long long> found;
     for (int row = 1; row <= mRows; ++row) {
-        if (conversation(row) == wanted) {
+        if (conversationOf(row) == wanted) {
             found.push_back(row);
         }
     }
@@ -228,7 +228,7 @@ std::vector<long long> Dataset::newestOutgoing(int count) const {
 std::vector<long long> Dataset::unreadRowsOf(const PelkoChatTarget& wanted) const {
     std::vector<long long> found;
     for (const int row : mUnread) {
-        if (conversation(row) == wanted) {
+        if (conversationOf(row) == wanted) {
             found.push_back(row);
         }
     }

@@ -43,9 +43,9 @@ public:
 
     /// The message of that row: 60 % one-to-one over the peers and 40 % in rooms and groups, both skewed by a
     /// cube law.
-    pelkoapi::PelkoMessage message(int row) const;
+    pelkoapi::PelkoMessage messageOf(int row) const;
     /// The peer of that row's conversation.
-    pelkoapi::PelkoChatTarget conversation(int row) const;
+    pelkoapi::PelkoChatTarget conversationOf(int row) const;
     /// An incoming message after the last row, numbered from 0, to a conversation that has a session.
     pelkoapi::PelkoMessage event(int index) const;
 
