@@ -94,6 +94,7 @@ std::optional<unsigned int> parseCount(const std::string& name, const std::optio
 
 std::vector<long long> parseRowIds(const std::vector<std::string>& texts, long long greatest) {
     std::vector<long long> ids;
+    ids.reserve(texts.size());
     for (const std::string& text : texts) {
         ids.push_back(parseNumber("the row", text, 1, greatest));
     }

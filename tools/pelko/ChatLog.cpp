@@ -12,7 +12,7 @@ constexpr unsigned int dayBits = 17;
 constexpr unsigned int lineBits = 24;
 static_assert(roomBits + dayBits + lineBits == 63, "the id is positive and uses every bit that there is");
 
-constexpr long long secondsPerDay = 24 * 60 * 60;
+constexpr long long secondsPerDay = 24LL * 60 * 60;
 
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
