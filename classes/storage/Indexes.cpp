@@ -58,8 +58,7 @@ void PelkoDBManager::createIndexesIfNotExist() {
             "CREATE INDEX IF NOT EXISTS idx_msg_unread ON %s (%s, %s, %s, %s, %s) WHERE %s = %d", sql::tblMsg,
             sql::status, sql::receiverType, sql::receiverId, sql::senderType, sql::senderId, sql::status,
             PelkoMessageStatusUnread),
-        // The two queries of the upgrade. The second index is on the row id, which the upgrade does not
-        // change,
+        // The two queries of the upgrade. The second index is on the row id, which the upgrade leaves alone,
         // so that no row is met twice.
         StringFormatUtil::string_format("CREATE INDEX IF NOT EXISTS idx_msg_sending ON %s (%s) WHERE %s = %d",
                                         sql::tblMsg, sql::status, sql::status, PelkoMessageStatusSending),
@@ -126,10 +125,8 @@ void PelkoDBManager::indexBusyConversation() {
 std::vector<std::string> PelkoDBManager::busyConversations(const std::string& me) {
     const std::vector<std::string> peers = firstColumn(StringFormatUtil::string_format(
         "SELECT CASE WHEN %s = '%s' THEN %s ELSE %s END AS peer FROM (SELECT %s, %s, %s, %s FROM %s ORDER BY "
-        "%s "
-        "DESC LIMIT %d) WHERE %s = %d AND %s = %d AND (%s = '%s' OR %s = '%s') GROUP BY peer HAVING COUNT(*) "
-        ">= %d "
-        "ORDER BY COUNT(*) DESC LIMIT %d",
+        "%s DESC LIMIT %d) WHERE %s = %d AND %s = %d AND (%s = '%s' OR %s = '%s') GROUP BY peer HAVING "
+        "COUNT(*) >= %d ORDER BY COUNT(*) DESC LIMIT %d",
         sql::senderId, me.c_str(), sql::receiverId, sql::senderId, sql::receiverType, sql::receiverId,
         sql::senderType, sql::senderId, sql::tblMsg, sql::dbId, newestMessages, sql::receiverType,
         PelkoChatTargetTypeUser, sql::senderType, PelkoChatTargetTypeUser, sql::senderId, me.c_str(),
