@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "tools/pelko/Times.h"
+
 namespace pelkotool {
 
 namespace {
@@ -11,8 +13,6 @@ constexpr unsigned int roomBits = 22;
 constexpr unsigned int dayBits = 17;
 constexpr unsigned int lineBits = 24;
 static_assert(roomBits + dayBits + lineBits == 63, "the id is positive and uses every bit that there is");
-
-constexpr long long secondsPerDay = 24LL * 60 * 60;
 
 bool isDigit(char c) {
     return c >= '0' && c <= '9';

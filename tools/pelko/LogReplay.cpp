@@ -7,6 +7,7 @@
 #include "tools/pelko/Interrupt.h"
 #include "tools/pelko/Output.h"
 #include "tools/pelko/Target.h"
+#include "tools/pelko/Times.h"
 #include "tools/pelko/ToolError.h"
 
 namespace pelkotool {
@@ -19,8 +20,6 @@ using pelkoapi::PelkoSession;
 using pelkoapi::PelkoUser;
 
 namespace {
-
-constexpr long long secondsPerDay = 24 * 60 * 60;
 
 PelkoChatTarget roomOf(const std::string& channel) {
     return {roomIdOfChannel(channel), pelkoapi::PelkoChatTargetTypeRoom};

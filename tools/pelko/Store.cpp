@@ -130,6 +130,14 @@ std::list<PelkoSession> Store::sessions() {
     });
 }
 
+unsigned int Store::unreadOf(const PelkoChatTarget& target) {
+    if (targetText(target).empty()) {
+        return 0;
+    }
+    return run("count the unread messages of " + targetText(target),
+               [&](PelkoDBManager& db) { return db.getUnreadCountOfTarget(target); });
+}
+
 PelkoMessage Store::newestMessage(const PelkoChatTarget& target) {
     return run("read " + targetText(target), [&](PelkoDBManager& db) {
         std::deque<PelkoMessage> page;

@@ -46,6 +46,9 @@ public:
 
     std::list<pelkoapi::PelkoSession> sessions();
 
+    /// The unread messages of the conversation; 0 for a target of a kind that nobody knows.
+    unsigned int unreadOf(const pelkoapi::PelkoChatTarget& target);
+
     /// Makes the session of a conversation if there is none, and sets its last message to the newest stored.
     void keepSession(const pelkoapi::PelkoChatTarget& target);
 

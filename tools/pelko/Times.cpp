@@ -26,7 +26,7 @@ std::string isoTime(unsigned int secondsSince1970) {
 }
 
 std::string dayText(long long daysSince1970) {
-    const std::time_t time = daysSince1970 * (24 * 60 * 60);
+    const std::time_t time = daysSince1970 * secondsPerDay;
     return formatted("%Y-%m-%d", std::gmtime(&time));
 }
 

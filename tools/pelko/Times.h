@@ -5,6 +5,8 @@
 
 namespace pelkotool {
 
+constexpr long long secondsPerDay = 24LL * 60 * 60;
+
 /// For people: "2018-05-29 23:20" in local time.
 std::string localTime(unsigned int secondsSince1970);
 

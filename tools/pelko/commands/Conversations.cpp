@@ -39,15 +39,6 @@ struct ShowOptions {
     bool json = false;
 };
 
-unsigned int unreadOf(Store& store, const PelkoChatTarget& target) {
-    // A session whose kind nobody knows has no conversation to count in.
-    if (targetText(target).empty()) {
-        return 0;
-    }
-    return store.run("count the unread messages of " + targetText(target),
-                     [&](PelkoDBManager& db) { return db.getUnreadCountOfTarget(target); });
-}
-
 void showSessions(const GlobalOptions& global, bool json) {
     Store store(accountOf(global), Store::IfMissing::refuse);
     std::list<PelkoSession> sessions = store.sessions();
@@ -68,7 +59,7 @@ void showSessions(const GlobalOptions& global, bool json) {
                  {"FROM"},
                  {"TEXT"}});
     for (const PelkoSession& session : sessions) {
-        const unsigned int unread = unreadOf(store, session.target);
+        const unsigned int unread = store.unreadOf(session.target);
         const PelkoMessage& last = session.lastMsg;
         const bool hasLast = last.dbID != 0;
         const std::string name = storedName(store, session.target);

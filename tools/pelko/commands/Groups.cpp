@@ -22,7 +22,7 @@ using pelkoapi::PelkoGroup;
 
 namespace {
 
-struct AddOptions {
+struct GroupOptions {
     std::string group;
     std::optional<std::string> name;
     std::optional<std::string> owner;
@@ -111,7 +111,7 @@ void showGroup(const GlobalOptions& global, const std::string& text, bool json) 
     printGroup(store, readGroup(store, target), joined, json);
 }
 
-void addGroup(const GlobalOptions& global, const AddOptions& options) {
+void addGroup(const GlobalOptions& global, const GroupOptions& options) {
     const PelkoChatTarget target = parseGroup(options.group);
     requireNoQuote("--owner", options.owner);
     requireStorable(options.details);
@@ -193,7 +193,7 @@ void addGroupCommands(CLI::App& app, const GlobalOptions& global) {
     addItemCommand(groups, "show", "Show a group's details", "GROUP", groupHelp,
                    [&global](const std::string& group, bool json) { showGroup(global, group, json); });
 
-    const auto options = std::make_shared<AddOptions>();
+    const auto options = std::make_shared<GroupOptions>();
     CLI::App& add = addCommand(groups, "add",
                                "Join a group and store its details; what is not given keeps what is stored");
     addPositional(add, "GROUP", options->group, groupHelp);

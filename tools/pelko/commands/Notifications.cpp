@@ -27,7 +27,7 @@ namespace {
 // The store reads the row ids of notifications as signed 32 bits.
 constexpr long long greatestRow = std::numeric_limits<int>::max();
 
-struct AddOptions {
+struct NotificationOptions {
     std::string type;
     std::string group;
     std::string sender;
@@ -145,7 +145,7 @@ void showNotification(const GlobalOptions& global, const std::string& text, bool
     printField("text", notify.text);
 }
 
-PelkoNotify notificationOf(const AddOptions& options) {
+PelkoNotify notificationOf(const NotificationOptions& options) {
     const std::map<std::string, pelkoapi::PelkoNotifyType> types = {
         {"invite", pelkoapi::PelkoNotifyTypeGroupInvite},
         {"request", pelkoapi::PelkoNotifyTypeJoinGroupRequest},
@@ -176,7 +176,7 @@ PelkoNotify notificationOf(const AddOptions& options) {
     return notify;
 }
 
-void addNotification(const GlobalOptions& global, const AddOptions& options) {
+void addNotification(const GlobalOptions& global, const NotificationOptions& options) {
     PelkoNotify notify = notificationOf(options);
     Store store(accountOf(global), Store::IfMissing::create);
     notify.receiver = store.me();
@@ -235,7 +235,7 @@ void removeNotifications(const GlobalOptions& global, const RowOptions& options)
 }
 
 void addAddCommand(CLI::App& family, const GlobalOptions& global) {
-    const auto options = std::make_shared<AddOptions>();
+    const auto options = std::make_shared<NotificationOptions>();
     CLI::App& add = addCommand(family, "add", "Store a notification as received by the account");
     addPositional(add, "TYPE", options->type, "invite, request (to join) or reply (to a request)");
     add.add_option("--group", options->group, "The group it concerns, as in 77 or group:77")

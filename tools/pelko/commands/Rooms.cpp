@@ -24,7 +24,7 @@ using pelkoapi::PelkoRoom;
 
 namespace {
 
-struct AddOptions {
+struct RoomOptions {
     std::string room;
     std::optional<std::string> name;
     std::optional<std::string> capacity;
@@ -115,7 +115,7 @@ void showRoom(const GlobalOptions& global, const std::string& text, bool json) {
     printRoom(store, readRoom(store, target), json);
 }
 
-void addRoom(const GlobalOptions& global, const AddOptions& options) {
+void addRoom(const GlobalOptions& global, const RoomOptions& options) {
     const PelkoChatTarget target = parseRoom(options.room);
     requireStorable(options.details);
     const auto capacity = parseCount("--capacity", options.capacity);
@@ -162,7 +162,7 @@ void addRoomCommands(CLI::App& app, const GlobalOptions& global) {
     addItemCommand(rooms, "show", "Show a room's details", "ROOM", roomHelp,
                    [&global](const std::string& room, bool json) { showRoom(global, room, json); });
 
-    const auto options = std::make_shared<AddOptions>();
+    const auto options = std::make_shared<RoomOptions>();
     CLI::App& add =
         addCommand(rooms, "add", "Store a room's details; what is not given keeps what is stored");
     addPositional(add, "ROOM", options->room, roomHelp);

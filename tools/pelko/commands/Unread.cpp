@@ -33,11 +33,6 @@ constexpr ReceiverKind receiverKinds[] = {
     {pelkoapi::PelkoChatTargetTypeCustomerService, "service", "received by services"},
 };
 
-unsigned int unreadOf(Store& store, const PelkoChatTarget& target) {
-    return store.run("count the unread messages of " + targetText(target),
-                     [&](PelkoDBManager& db) { return db.getUnreadCountOfTarget(target); });
-}
-
 void showUnread(const GlobalOptions& global, bool json) {
     Store store(accountOf(global), Store::IfMissing::refuse);
     const unsigned int total =
@@ -60,7 +55,7 @@ void showUnread(const GlobalOptions& global, bool json) {
     unsigned int inSessions = 0;
     for (const PelkoSession& session : store.sessions()) {
         const std::string target = targetText(session.target);
-        const unsigned int count = target.empty() ? 0 : unreadOf(store, session.target);
+        const unsigned int count = store.unreadOf(session.target);
         inSessions += count;
         if (count > 0) {
             sessions.push_back({{"target", target}, {"unread", count}});
@@ -89,7 +84,7 @@ void showUnread(const GlobalOptions& global, bool json) {
 void markRead(const GlobalOptions& global, const std::string& text, bool json) {
     const PelkoChatTarget target = parseTarget(text);
     Store store(accountOf(global), Store::IfMissing::refuse);
-    const unsigned int unread = unreadOf(store, target);
+    const unsigned int unread = store.unreadOf(target);
     store.run("mark " + targetText(target) + " read",
               [&](PelkoDBManager& db) { return db.clearUnreadStatus(target); });
     if (json) {

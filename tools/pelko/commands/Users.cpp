@@ -27,7 +27,7 @@ namespace {
 // So many of each session's messages are looked through for their senders.
 constexpr unsigned int messagesLookedThrough = 1000;
 
-struct AddOptions {
+struct UserOptions {
     std::string name;
     std::optional<std::string> nickname;
     std::optional<std::string> gender;
@@ -98,7 +98,7 @@ void showUser(const GlobalOptions& global, const std::string& name, bool json) {
     printUser(store, readUser(store, name), json);
 }
 
-void addUser(const GlobalOptions& global, const AddOptions& options) {
+void addUser(const GlobalOptions& global, const UserOptions& options) {
     requireFindable(options.name);
     requireStorable(options.details);
     const auto gender = options.gender ? std::optional(parseGender(*options.gender)) : std::nullopt;
@@ -145,7 +145,7 @@ void addUserCommands(CLI::App& app, const GlobalOptions& global) {
     addItemCommand(users, "show", "Show a user's profile", "NAME", "The user's account name",
                    [&global](const std::string& name, bool json) { showUser(global, name, json); });
 
-    const auto options = std::make_shared<AddOptions>();
+    const auto options = std::make_shared<UserOptions>();
     CLI::App& add =
         addCommand(users, "add", "Store a user's profile; what is not given keeps what is stored");
     addPositional(add, "NAME", options->name, "The user's account name");
