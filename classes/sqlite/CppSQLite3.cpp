@@ -12,6 +12,10 @@ namespace pelkoapi {
 
 namespace {
 
+// The longest row and the longest statement, in bytes: messages of several megabytes, and lists of a million
+// row ids.
+constexpr int maxLength = 128 * 1024 * 1024;
+
 struct StatementFinalizer {
     void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
 };
@@ -283,8 +287,27 @@ void CppSQLite3DB::open(const char* path) {
         throw CppSQLite3Exception(SQLITE_CANTOPEN, "unable to open database file: it has no name", false);
     }
     try {
+        openFile(path);
+        // A connection without one of these would promise what it does not keep.
+        for (const char* const setting : {
+                 "PRAGMA synchronous = FULL",            // what was reported stored survives a power cut,
+                 "PRAGMA fullfsync = 1",                 // on Apple devices too, where fsync alone does not
+                 "PRAGMA checkpoint_fullfsync = 1",      // reach the medium
+                 "PRAGMA journal_size_limit = 4194304",  // of the log after a large transaction, in bytes
+                 "PRAGMA secure_delete = 1",             // what was deleted is overwritten
+             }) {
+            execQuery(setting);
+        }
+    } catch (...) {
+        close();
+        throw;
+    }
+}
+
+void CppSQLite3DB::openFile(const char* path) {
+    try {
         openHandle(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-        trySetting("PRAGMA journal_mode = WAL");
+        tryWriteAheadLog();
         sqlite3_busy_timeout(mpDB, mnBusyTimeoutMs);
         readSchema();
     } catch (const CppSQLite3Exception& exception) {
@@ -295,10 +318,6 @@ void CppSQLite3DB::open(const char* path) {
             throw;
         }
     }
-    trySetting("PRAGMA synchronous = FULL");            // what was reported stored survives a power cut,
-    trySetting("PRAGMA fullfsync = 1");                 // on Apple devices too, where fsync alone does not
-    trySetting("PRAGMA checkpoint_fullfsync = 1");      // reach the medium
-    trySetting("PRAGMA journal_size_limit = 4194304");  // of the log after a large transaction, in bytes
 }
 
 void CppSQLite3DB::openHandle(const char* path, int flags) {
@@ -307,6 +326,21 @@ void CppSQLite3DB::openHandle(const char* path, int flags) {
     if (result != SQLITE_OK) {
         throwError(mpDB, result);
     }
+    trustNothing();
+}
+
+void CppSQLite3DB::trustNothing() {
+    // The file may come from a damaged medium, or from somebody who wants its reader to run his code.
+    sqlite3_db_config(mpDB, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);       // no way to break the file by SQL
+    sqlite3_db_config(mpDB, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);  // its expressions have no effects
+    sqlite3_db_config(mpDB, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);  // the store has none: any that
+    sqlite3_db_config(mpDB, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);     // are there are somebody else's
+    sqlite3_db_config(mpDB, SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0, nullptr);  // no foreign code
+    sqlite3_limit(mpDB, SQLITE_LIMIT_ATTACHED, 0);  // no other file than this one
+    // A length field of a damaged row must not claim the memory of the phone.
+    sqlite3_limit(mpDB, SQLITE_LIMIT_LENGTH, maxLength);
+    sqlite3_limit(mpDB, SQLITE_LIMIT_SQL_LENGTH, maxLength);
+    execQuery("PRAGMA cell_size_check = 1");  // damaged pages are found when they are read
 }
 
 void CppSQLite3DB::readSchema() {
@@ -340,10 +374,10 @@ bool CppSQLite3DB::reopenReadOnly(const char* path) {
     }
 }
 
-void CppSQLite3DB::trySetting(const char* pragma) {
-    // What fails leaves the connection as it was: a file that cannot be switched goes on in the mode it has.
+void CppSQLite3DB::tryWriteAheadLog() {
+    // A file that cannot be switched goes on in the mode it has.
     try {
-        execQuery(pragma);
+        execQuery("PRAGMA journal_mode = WAL");
     } catch (const CppSQLite3Exception&) {
     }
 }

@@ -101,7 +101,8 @@ public:
 
     /// Opens the database file, making it if it is missing; an open connection is closed first. The file is
     /// switched to write-ahead logging where that is possible; one on a read-only medium is opened for
-    /// reading.
+    /// reading. What the file's schema holds beside tables and indexes (triggers, views, functions with
+    /// effects) is not run, no other file can be attached, and rows and statements are limited to 128 MiB.
     /// @param path  UTF-8; null or empty is an error, since a nameless database would vanish at close
     /// @throws CppSQLite3Exception when the file cannot be opened or is not an SQLite database; the
     ///         connection is then closed
@@ -124,10 +125,12 @@ public:
     CppSQLite3Query execQuery(const char* sql);
 
 private:
+    void openFile(const char* path);
     void openHandle(const char* path, int flags);
+    void trustNothing();
     void readSchema();
     bool reopenReadOnly(const char* path);
-    void trySetting(const char* pragma);
+    void tryWriteAheadLog();
 
     sqlite3* mpDB = nullptr;
     int mnBusyTimeoutMs = 5000;  // how long a statement waits for another process's lock

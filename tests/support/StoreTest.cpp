@@ -23,7 +23,14 @@ int recordStatement(unsigned, void*, void*, void* text) {
     return 0;
 }
 
+/// The connection that was opened last through the store.
+sqlite3*& storeConnection() {
+    static sqlite3* connection = nullptr;
+    return connection;
+}
+
 int traceNewConnection(sqlite3* db, const char**, const sqlite3_api_routines*) {
+    storeConnection() = db;
     return sqlite3_trace_v2(db, SQLITE_TRACE_STMT, recordStatement, nullptr);
 }
 
@@ -35,7 +42,9 @@ using Connection = std::unique_ptr<sqlite3, int (*)(sqlite3*)>;
 
 Connection openUntraced(const std::string& path) {
     sqlite3* raw = nullptr;
+    sqlite3* const ofTheStore = storeConnection();
     const int result = sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READWRITE, nullptr);
+    storeConnection() = ofTheStore;
     sqlite3_trace_v2(raw, 0, nullptr, nullptr);
     Connection connection(raw, sqlite3_close);
     if (result != SQLITE_OK) {
@@ -115,6 +124,8 @@ void StoreTest::execute(const std::string& sql) const {
 
 void StoreTest::changeTables(const std::string& sql) {
     execute(sql);
+    sqlite3_db_config(storeConnection(), SQLITE_DBCONFIG_ENABLE_TRIGGER, 1, nullptr);
+    sqlite3_db_config(storeConnection(), SQLITE_DBCONFIG_ENABLE_VIEW, 1, nullptr);
     db().queryCount("sqlite_master", "1");
     forget();
 }

@@ -53,7 +53,8 @@ protected:
     /// Runs statements on a second connection, to prepare what the store cannot.
     void execute(const std::string& sql) const;
     /// execute() for statements that change tables: the store's connection takes notice of the change, and
-    /// what it ran for that is forgotten.
+    /// what it ran for that is forgotten. Triggers and views, with which tests make a single row fail, run on
+    /// it until it is closed.
     void changeTables(const std::string& sql);
 
     /// Expects exactly this one failure line in both channels since forget(): "<operation> failed, exception

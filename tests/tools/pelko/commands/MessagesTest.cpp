@@ -107,7 +107,7 @@ TEST_F(ReceiveCommand, DoesNotStoreAKnownMessageAgain) {
 
 TEST_F(ReceiveCommand, TellsWhenNothingWasStored) {
     runWell({"receive", "user:bob", "hello"});
-    execute("CREATE TRIGGER refusal BEFORE INSERT ON tbl_msg BEGIN SELECT RAISE(IGNORE); END");
+    refuseText("hello", "IGNORE");
     expectRefused(run({"receive", "user:ann", "hello"}), 1, HasSubstr("the store changed no row"));
     expectRefused(run({"send", "user:ann", "hello"}), 1, HasSubstr("the store changed no row"));
     EXPECT_EQ(value("SELECT COUNT(*) FROM tbl_session"), "1");

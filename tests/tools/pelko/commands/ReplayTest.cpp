@@ -173,15 +173,14 @@ TEST_F(ReplayCommand, DrawsAProgressBarOnATerminalAlone) {
 TEST_F(ReplayCommand, StopsAtAMessageThatCannotBeStoredAndKeepsWhatWas) {
     const fs::path first = makeLog("garden/2018-05-28", {"[21:20] <ann> zero"});
     runWell({"replay", first.string()});
-    execute(
-        "CREATE TRIGGER refusal BEFORE INSERT ON tbl_msg WHEN NEW.text = 'three' "
-        "BEGIN SELECT RAISE(ABORT, 'no threes here'); END");
+    refuseText("three", "ABORT");
     const fs::path logs =
         makeLog("garden/2018-05-29", {"[21:20] <ann> one", "[21:20] <ann> two", "=== notice",
                                       "[21:20] <ann> three", "[21:20] <ann> four"});
     expectRefused(run({"replay", logs.string()}), 1,
-                  AllOf(HasSubstr("garden/2018-05-29.log line 4: no threes here"),
+                  AllOf(HasSubstr("garden/2018-05-29.log line 4: UNIQUE constraint failed: tbl_msg.text"),
                         HasSubstr("; 2 messages before it are stored\n")));
+    refuseNoText();
     EXPECT_EQ(rows("SELECT text FROM tbl_msg ORDER BY db_id"), (Rows{{"zero"}, {"one"}, {"two"}}));
     EXPECT_EQ(lastMessageText(), "two");
 }
@@ -189,7 +188,7 @@ TEST_F(ReplayCommand, StopsAtAMessageThatCannotBeStoredAndKeepsWhatWas) {
 TEST_F(ReplayCommand, StopsWhenTheStoreTakesAMessageWithoutStoringIt) {
     const fs::path logs = makeLog("garden/2018-05-28", {"[21:20] <ann> zero"});
     runWell({"replay", logs.string()});
-    execute("CREATE TRIGGER refusal BEFORE INSERT ON tbl_msg BEGIN SELECT RAISE(IGNORE); END");
+    refuseText("one", "IGNORE");
     makeLog("garden/2018-05-29", {"[21:20] <ann> one"});
     expectRefused(run({"replay", logs.string()}), 1,
                   AllOf(HasSubstr("2018-05-29.log line 1: the store changed no row"),
@@ -199,19 +198,20 @@ TEST_F(ReplayCommand, StopsWhenTheStoreTakesAMessageWithoutStoringIt) {
 TEST_F(ReplayCommand, DoesNotCountWhatAFailureHasUndone) {
     const fs::path first = makeLog("garden/2018-05-28", {"[21:20] <ann> zero"});
     runWell({"replay", first.string()});
-    execute(
-        "CREATE TRIGGER refusal BEFORE INSERT ON tbl_msg WHEN NEW.text = 'four' "
-        "BEGIN SELECT RAISE(ROLLBACK, 'all undone'); END");
+    refuseText("four", "ROLLBACK");
+    const std::string stored = "SELECT text FROM tbl_msg WHERE text <> 'four' ORDER BY db_id";
     const fs::path logs = makeLog("garden/2018-05-29", {"[21:20] <ann> one", "[21:20] <ann> two",
                                                         "[21:20] <ann> three", "[21:20] <ann> four"});
-    expectRefused(run({"replay", logs.string(), "--batch", "1000"}), 1,
-                  HasSubstr("line 4: all undone; 0 messages before it are stored\n"));
-    EXPECT_EQ(rows("SELECT text FROM tbl_msg ORDER BY db_id"), (Rows{{"zero"}}));
+    expectRefused(
+        run({"replay", logs.string(), "--batch", "1000"}), 1,
+        HasSubstr("line 4: UNIQUE constraint failed: tbl_msg.text; 0 messages before it are stored\n"));
+    EXPECT_EQ(rows(stored), (Rows{{"zero"}}));
     EXPECT_EQ(lastMessageText(), "zero");
     // The first transaction holds one and two, zero being passed over; the second one is undone.
-    expectRefused(run({"replay", logs.string(), "--batch", "2"}), 1,
-                  HasSubstr("line 4: all undone; 2 messages before it are stored\n"));
-    EXPECT_EQ(rows("SELECT text FROM tbl_msg ORDER BY db_id"), (Rows{{"zero"}, {"one"}, {"two"}}));
+    expectRefused(
+        run({"replay", logs.string(), "--batch", "2"}), 1,
+        HasSubstr("line 4: UNIQUE constraint failed: tbl_msg.text; 2 messages before it are stored\n"));
+    EXPECT_EQ(rows(stored), (Rows{{"zero"}, {"one"}, {"two"}}));
     EXPECT_EQ(lastMessageText(), "two");
 }
 

@@ -163,13 +163,10 @@ TEST_F(ResumedReplay, LosesNothingThatAFailureHasUndone) {
     for (const char* const action : {"ROLLBACK", "ABORT"}) {
         for (const char* const batch : {"1", "2", "3", "1000"}) {
             SCOPED_TRACE(std::string(action) + ' ' + batch);
-            execute(
-                "DELETE FROM tbl_msg WHERE text <> 'zero'; DELETE FROM tbl_last_msg_id;"
-                "CREATE TRIGGER refusal BEFORE INSERT ON tbl_msg WHEN NEW.text = 'four' "
-                "BEGIN SELECT RAISE(" +
-                std::string(action) + ", 'no fours'); END");
+            execute("DELETE FROM tbl_msg WHERE text <> 'zero'; DELETE FROM tbl_last_msg_id");
+            refuseText("four", action);
             EXPECT_EQ(run({"replay", (folder() / "logs").string(), "--batch", batch}).exitCode, 1);
-            execute("DROP TRIGGER refusal");
+            refuseNoText();
             const json summary = replay({"--batch", batch});
             EXPECT_EQ(summary["logs_changed"], 0);
             EXPECT_EQ(texts(), all);

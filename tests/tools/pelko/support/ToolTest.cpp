@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -25,6 +26,9 @@ int nothingToRead() {
 /// Starts the tool. The descriptors are its stdin, stdout and stderr; they are closed here.
 pid_t startTool(const std::vector<std::string>& arguments, int in, int out, int err) {
     std::vector<std::string> words = {PELKO_TOOL_PATH};
+    if (std::strlen(PELKO_TOOL_EMULATOR) > 0) {
+        words.insert(words.begin(), PELKO_TOOL_EMULATOR);  // built for another machine
+    }
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> argv;
     std::transform(words.begin(), words.end(), std::back_inserter(argv),
@@ -37,7 +41,7 @@ pid_t startTool(const std::vector<std::string>& arguments, int in, int out, int 
         dup2(in, STDIN_FILENO);
         dup2(out, STDOUT_FILENO);
         dup2(err, STDERR_FILENO);
-        execv(PELKO_TOOL_PATH, argv.data());
+        execv(argv.front(), argv.data());
         _exit(127);
     }
     close(in);
@@ -211,6 +215,20 @@ void ToolTest::execute(const std::string& sql) const {
     const Connection connection = connectTo(database());
     ASSERT_EQ(sqlite3_exec(connection.get(), sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK)
         << sqlite3_errmsg(connection.get());
+}
+
+void ToolTest::refuseText(const std::string& text, const std::string& onConflict) const {
+    // Triggers would be simpler, but the store does not run any.
+    std::string table = value("SELECT sql FROM sqlite_master WHERE name = 'tbl_msg'");
+    table = table.substr(0, std::min(table.find(", UNIQUE"), table.size() - 1));
+    execute("ALTER TABLE tbl_msg RENAME TO kept; " + table + ", UNIQUE (text) ON CONFLICT " + onConflict +
+            "); INSERT INTO tbl_msg SELECT * FROM kept; DROP TABLE kept; INSERT OR IGNORE INTO tbl_msg "
+            "(receiver_id, text) VALUES ('obstacle', '" +
+            text + "')");
+}
+
+void ToolTest::refuseNoText() const {
+    execute("DELETE FROM tbl_msg WHERE receiver_id = 'obstacle'");
 }
 
 void expectRefused(const ToolRun& run, int exitCode, const testing::Matcher<std::string>& line) {

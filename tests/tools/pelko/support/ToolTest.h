@@ -68,6 +68,10 @@ protected:
     std::string value(const std::string& sql) const;
     /// Runs statements on a second connection, to prepare what the tool cannot.
     void execute(const std::string& sql) const;
+    /// Makes the database refuse every message of this text, as SQLite's conflict clauses do: "IGNORE" stores
+    /// nothing and tells nothing, "ABORT" and "ROLLBACK" fail with "UNIQUE constraint failed: tbl_msg.text".
+    void refuseText(const std::string& text, const std::string& onConflict) const;
+    void refuseNoText() const;
 
 private:
     Arguments withDataDir(const Arguments& arguments) const;
