@@ -1,4 +1,5 @@
 #include <cstring>
+#include <limits>
 #include <new>
 #include <string>
 #include <type_traits>
@@ -22,6 +23,9 @@ constexpr bool offersRowReader = false;
 template <typename Class>
 constexpr bool offersRowReader<Class, std::void_t<decltype(&Class::notifyFromQuery)>> = true;
 static_assert(!offersRowReader<PelkoDBManager>);
+
+// On 32-bit machines and on Windows it is not.
+constexpr bool longIsWide = sizeof(long) > sizeof(int);
 
 constexpr char insertHead[] =
     "INSERT INTO tbl_notify (date, is_read, sender_type, sender_id, sender_name, receiver_type, receiver_id, "
@@ -353,13 +357,17 @@ TEST_F(NotificationsTest, GetReadsOneNotification) {
 TEST_F(NotificationsTest, GetOfAnUnknownIdIsADefaultRecord) {
     given({"7"});
     expectDefault(db().getNottify(8));
-    expectDefault(db().getNottify(-9223372036854775807L - 1));
+    constexpr long least = std::numeric_limits<long>::min();  // of 32 bits on some machines
+    expectDefault(db().getNottify(least));
     EXPECT_THAT(statements(), ElementsAre("SELECT * FROM tbl_notify WHERE db_id = 8",
-                                          "SELECT * FROM tbl_notify WHERE db_id = -9223372036854775808"));
+                                          "SELECT * FROM tbl_notify WHERE db_id = " + std::to_string(least)));
     expectNothingLogged();
 }
 
 TEST_F(NotificationsTest, GetFindsWideIdsAndReadsThemAs32Bits) {
+    if (!longIsWide) {
+        GTEST_SKIP() << "a long has 32 bits here, so that nobody can ask for a wider id";
+    }
     given({"4294967301"});
     const PelkoNotify notify = db().getNottify(static_cast<long>(4294967301));
     EXPECT_EQ(notify.text, "text 4294967301");
@@ -450,9 +458,12 @@ TEST_F(NotificationsTest, DeleteOfNothingRunsAndLogsNothing) {
 }
 
 TEST_F(NotificationsTest, DeleteTakesWideIdsAndManyOfThem) {
-    given({"4294967301", "5", "1500"});
-    EXPECT_TRUE(db().deleteNotifys({static_cast<long>(4294967301)}));
-    EXPECT_EQ(table().size(), 2U);
+    given({"5", "1500"});
+    if (longIsWide) {
+        given({"4294967301"});
+        EXPECT_TRUE(db().deleteNotifys({static_cast<long>(4294967301)}));
+        EXPECT_EQ(table().size(), 2U);
+    }
     std::vector<long> ids;
     for (long id = 1000; id < 2000; ++id) {
         ids.push_back(id);
@@ -490,12 +501,14 @@ TEST_F(NotificationsTest, MarkSetsTheStateOfOneNotification) {
     EXPECT_TRUE(db().markNotifyIsRead(2, false));
     EXPECT_THAT(readStates(), ElementsAre("0", "0"));
     EXPECT_FALSE(db().markNotifyIsRead(3, true));
-    EXPECT_FALSE(db().markNotifyIsRead(static_cast<long>(4294967298), true));  // not cut to 2
-    EXPECT_THAT(statements(), ElementsAre("UPDATE tbl_notify SET is_read = 1 WHERE db_id = 2",
-                                          "UPDATE tbl_notify SET is_read = 1 WHERE db_id = 2",
-                                          "UPDATE tbl_notify SET is_read = 0 WHERE db_id = 2",
-                                          "UPDATE tbl_notify SET is_read = 1 WHERE db_id = 3",
-                                          "UPDATE tbl_notify SET is_read = 1 WHERE db_id = 4294967298"));
+    constexpr long wide = longIsWide ? static_cast<long>(4294967298LL) : 4;  // not cut to 2
+    EXPECT_FALSE(db().markNotifyIsRead(wide, true));
+    EXPECT_THAT(statements(),
+                ElementsAre("UPDATE tbl_notify SET is_read = 1 WHERE db_id = 2",
+                            "UPDATE tbl_notify SET is_read = 1 WHERE db_id = 2",
+                            "UPDATE tbl_notify SET is_read = 0 WHERE db_id = 2",
+                            "UPDATE tbl_notify SET is_read = 1 WHERE db_id = 3",
+                            "UPDATE tbl_notify SET is_read = 1 WHERE db_id = " + std::to_string(wide)));
     EXPECT_THAT(readStates(), ElementsAre("0", "0"));
     expectNothingLogged();
 }

@@ -1,0 +1,41 @@
+# Debian's cross compilers, with the libraries that script/cross has unpacked into PELKO_CROSS_ROOT.
+# PELKO_CROSS_ARCH is one of Debian's names of architectures. Everything is linked statically, so that a program
+# runs under the user emulator without a system of that architecture around it.
+set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES PELKO_CROSS_ARCH PELKO_CROSS_ROOT)
+
+if(PELKO_CROSS_ARCH STREQUAL "i386")
+    set(triplet i686-linux-gnu)
+    set(library_triplet i386-linux-gnu)
+    set(CMAKE_SYSTEM_PROCESSOR i686)
+    set(emulator qemu-i386)
+elseif(PELKO_CROSS_ARCH STREQUAL "armhf")
+    set(triplet arm-linux-gnueabihf)
+    set(library_triplet ${triplet})
+    set(CMAKE_SYSTEM_PROCESSOR armv7l)
+    set(emulator qemu-arm)
+elseif(PELKO_CROSS_ARCH STREQUAL "arm64")
+    set(triplet aarch64-linux-gnu)
+    set(library_triplet ${triplet})
+    set(CMAKE_SYSTEM_PROCESSOR aarch64)
+    set(emulator qemu-aarch64)
+else()
+    message(FATAL_ERROR "PELKO_CROSS_ARCH must be i386, armhf or arm64, not '${PELKO_CROSS_ARCH}'.")
+endif()
+
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_CXX_COMPILER ${triplet}-g++)
+set(CMAKE_CXX_COMPILER_TARGET ${triplet})
+set(CMAKE_LIBRARY_ARCHITECTURE ${library_triplet})
+# Quiet about what of glibc is not static: loading code and looking up hosts, which nothing here does.
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-static -Wl,--no-warnings")
+set(CMAKE_FIND_LIBRARY_SUFFIXES .a)
+if(NOT (PELKO_CROSS_ARCH STREQUAL "i386" AND CMAKE_HOST_SYSTEM_PROCESSOR STREQUAL "x86_64"))
+    find_program(PELKO_CROSS_EMULATOR ${emulator} REQUIRED)
+    set(CMAKE_CROSSCOMPILING_EMULATOR ${PELKO_CROSS_EMULATOR})
+endif()
+
+set(CMAKE_FIND_ROOT_PATH ${PELKO_CROSS_ROOT})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
