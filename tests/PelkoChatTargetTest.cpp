@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
 #include <limits>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 namespace pelkoapi {
 
@@ -241,6 +244,141 @@ TEST(PelkoChatTargetTest, CopiesEveryField) {
     EXPECT_TRUE(copy.hasGotDetail);
     EXPECT_EQ(copy.icon.type, PelkoMediaTypeImage);
     EXPECT_EQ(copy.icon.path, "team.png");
+}
+
+TEST(PelkoUserTest, CopiesEveryField) {
+    PelkoUser user("bob");
+    user.info = "away";
+    user.nickname = "Bobby";
+    user.gender = PelkoUserGenderNotSet;
+    user.isBlocked = true;
+    user.isFriend = true;
+
+    const PelkoUser constructed(user);
+    PelkoUser assigned;
+    assigned = user;
+    user = PelkoUser();
+
+    for (const PelkoUser& copy : {constructed, assigned}) {
+        EXPECT_EQ(copy.name, "bob");
+        EXPECT_EQ(copy.info, "away");
+        EXPECT_EQ(copy.nickname, "Bobby");
+        EXPECT_EQ(copy.gender, PelkoUserGenderNotSet);
+        EXPECT_TRUE(copy.isBlocked);
+        EXPECT_TRUE(copy.isFriend);
+    }
+}
+
+TEST(PelkoRoomTest, CopiesEveryField) {
+    PelkoRoom room(5001);
+    room.info = "no smoking";
+    room.isTop = true;
+    room.capacity = 50;
+    room.onlineNumber = 3;
+
+    const PelkoRoom constructed(room);
+    PelkoRoom assigned;
+    assigned = room;
+    room = PelkoRoom();
+
+    for (const PelkoRoom& copy : {constructed, assigned}) {
+        EXPECT_EQ(copy.id, 5001);
+        EXPECT_EQ(copy.info, "no smoking");
+        EXPECT_TRUE(copy.isTop);
+        EXPECT_EQ(copy.capacity, 50U);
+        EXPECT_EQ(copy.onlineNumber, 3U);
+    }
+}
+
+TEST(PelkoGroupTest, CopiesEveryField) {
+    PelkoGroup group(77);
+    group.info = "we";
+    group.ownerType = PelkoGroupTypePrivate;
+    group.ownerAccount = "boss";
+    group.needAuthentication = true;
+    group.capacity = 200;
+
+    const PelkoGroup constructed(group);
+    PelkoGroup assigned;
+    assigned = group;
+    group = PelkoGroup();
+
+    for (const PelkoGroup& copy : {constructed, assigned}) {
+        EXPECT_EQ(copy.id, 77);
+        EXPECT_EQ(copy.info, "we");
+        EXPECT_EQ(copy.ownerType, PelkoGroupTypePrivate);
+        EXPECT_EQ(copy.ownerAccount, "boss");
+        EXPECT_TRUE(copy.needAuthentication);
+        EXPECT_EQ(copy.capacity, 200U);
+    }
+}
+
+TEST(PelkoCustomerServiceTest, CopiesEveryField) {
+    PelkoCustomerServiceCreater creater;
+    creater.name = "shop";
+    creater.email = "help@example.org";
+    creater.phone = "112";
+    creater.nickname = "The Shop";
+    creater.gender = PelkoUserGenderFemale;
+    PelkoCustomerServiceCreater otherCreater;
+    otherCreater = creater;
+    PelkoCustomerService service(9, 4U);
+    service.nickname = "Help";
+    service.creater = &creater;
+
+    const PelkoCustomerService constructed(service);
+    PelkoCustomerService assigned;
+    assigned = service;
+    service = PelkoCustomerService();
+
+    for (const PelkoCustomerService& copy : {constructed, assigned}) {
+        EXPECT_EQ(copy.id, 9);
+        EXPECT_EQ(copy.tag, 4U);
+        EXPECT_EQ(copy.nickname, "Help");
+        EXPECT_EQ(copy.creater, &creater);
+    }
+    for (const PelkoCustomerServiceCreater& copy : {PelkoCustomerServiceCreater(creater), otherCreater}) {
+        EXPECT_EQ(copy.name, "shop");
+        EXPECT_EQ(copy.email, "help@example.org");
+        EXPECT_EQ(copy.phone, "112");
+        EXPECT_EQ(copy.nickname, "The Shop");
+        EXPECT_EQ(copy.gender, PelkoUserGenderFemale);
+    }
+}
+
+// ---- the order of the fields, those of the base first
+
+void expectInOrder(const std::vector<const void*>& fields) {
+    EXPECT_TRUE(std::is_sorted(fields.begin(), fields.end(), std::less<>()));
+}
+
+TEST(PelkoChatTargetTest, FieldsLieInTheirOrder) {
+    const PelkoChatTarget target;
+    expectInOrder({&target.type, &target.id, &target.name, &target.tag, &target.info, &target.hasGotDetail,
+                   &target.icon});
+}
+
+TEST(PelkoUserTest, FieldsLieInTheirOrder) {
+    const PelkoUser user;
+    expectInOrder({&user.icon, &user.nickname, &user.gender, &user.isBlocked, &user.isFriend});
+}
+
+TEST(PelkoRoomTest, FieldsLieInTheirOrder) {
+    const PelkoRoom room;
+    expectInOrder({&room.icon, &room.isTop, &room.capacity, &room.onlineNumber});
+}
+
+TEST(PelkoGroupTest, FieldsLieInTheirOrder) {
+    const PelkoGroup group;
+    expectInOrder(
+        {&group.icon, &group.ownerType, &group.ownerAccount, &group.needAuthentication, &group.capacity});
+}
+
+TEST(PelkoCustomerServiceTest, FieldsLieInTheirOrder) {
+    const PelkoCustomerService service;
+    expectInOrder({&service.icon, &service.nickname, &service.creater});
+    const PelkoCustomerServiceCreater creater;
+    expectInOrder({&creater.icon, &creater.email, &creater.phone, &creater.nickname, &creater.gender});
 }
 
 }  // namespace

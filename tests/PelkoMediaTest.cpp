@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 namespace pelkoapi {
 
@@ -51,6 +54,13 @@ TEST(PelkoMediaTest, WithTypeEverythingElseIsEmpty) {
         EXPECT_EQ(media.type, type);
         expectEmptyApartFromType(media);
     }
+}
+
+TEST(PelkoMediaTest, FieldsLieInTheirOrder) {
+    const PelkoMedia media;
+    const std::vector<const void*> fields = {&media.tag,  &media.type,   &media.status,  &media.url,
+                                             &media.path, &media.pathEx, &media.duration};
+    EXPECT_TRUE(std::is_sorted(fields.begin(), fields.end(), std::less<>()));
 }
 
 TEST(PelkoMediaTest, CopiesEveryField) {

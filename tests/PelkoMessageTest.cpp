@@ -5,8 +5,10 @@
 
 #include <algorithm>
 #include <deque>
+#include <functional>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 #include "classes/platform/LoginContext.h"
 
@@ -270,6 +272,14 @@ TEST_F(PelkoMessageTest, EqualityIsTheSamePlaceInTheOrder) {
     EXPECT_FALSE(edited == messageOf(6, 1, 2));
     EXPECT_FALSE(edited == messageOf(5, 2, 2));
     EXPECT_FALSE(edited == messageOf(5, 1, 3));
+}
+
+TEST_F(PelkoMessageTest, FieldsLieInTheirOrder) {
+    const PelkoMessage message;
+    const std::vector<const void*> fields = {
+        &message.id,    &message.date, &message.dbID,   &message.text,   &message.extraText, &message.media,
+        &message.extra, &message.type, &message.status, &message.sender, &message.receiver};
+    EXPECT_TRUE(std::is_sorted(fields.begin(), fields.end(), std::less<>()));
 }
 
 TEST_F(PelkoMessageTest, CopiesEveryField) {

@@ -2,8 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <new>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 namespace pelkoapi {
 
@@ -40,6 +46,19 @@ TEST(PelkoNotifyTest, DefaultIsAnUnreadInvitationWithoutParties) {
     EXPECT_EQ(notify.type, PelkoNotifyTypeGroupInvite);
 }
 
+TEST(PelkoNotifyTest, DefaultLeavesTheAnswerAsItsMemoryWas) {
+    struct Destroyer {
+        void operator()(PelkoNotify* notify) const { notify->~PelkoNotify(); }
+    };
+    for (const unsigned char before : std::vector<unsigned char>{0, 1}) {
+        alignas(PelkoNotify) unsigned char memory[sizeof(PelkoNotify)];
+        std::fill(std::begin(memory), std::end(memory), before);
+        const std::unique_ptr<PelkoNotify, Destroyer> notify(new (memory) PelkoNotify());
+        const auto* const answer = reinterpret_cast<const unsigned char*>(&notify->agree);
+        EXPECT_EQ(*answer, before);
+    }
+}
+
 TEST(PelkoNotifyTest, TakesItsKind) {
     for (const PelkoNotifyType type :
          {PelkoNotifyTypeGroupInvite, PelkoNotifyTypeJoinGroupRequest, PelkoNotifyTypeJoinGroupReply}) {
@@ -48,6 +67,14 @@ TEST(PelkoNotifyTest, TakesItsKind) {
         EXPECT_EQ(notify.type, type);
         EXPECT_FALSE(notify.agree);
     }
+}
+
+TEST(PelkoNotifyTest, FieldsLieInTheirOrder) {
+    const PelkoNotify notify;
+    const std::vector<const void*> fields = {
+        &notify.dbID, &notify.date,  &notify.isRead,         &notify.sender, &notify.receiver,
+        &notify.from, &notify.agree, &notify.isSystemNotify, &notify.type,   &notify.text};
+    EXPECT_TRUE(std::is_sorted(fields.begin(), fields.end(), std::less<>()));
 }
 
 TEST(PelkoNotifyTest, CopiesEveryField) {

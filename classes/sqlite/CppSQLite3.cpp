@@ -21,6 +21,20 @@ struct StatementFinalizer {
 };
 using Statement = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
 
+/// What the system's own files say of a path.
+bool isAccessible(const std::string& path, int access) {
+    sqlite3_vfs* const files = sqlite3_vfs_find(nullptr);
+    int result = 0;
+    return files->xAccess(files, path.c_str(), access, &result) == SQLITE_OK && result != 0;
+}
+
+/// Whether both the file and its folder, in which its journal is made, can be written.
+bool canBeWritten(const std::string& path) {
+    const std::size_t end = path.find_last_of("/\\");
+    const std::string folder = end == std::string::npos ? "." : path.substr(0, end + 1);
+    return isAccessible(path, SQLITE_ACCESS_READWRITE) && isAccessible(folder, SQLITE_ACCESS_READWRITE);
+}
+
 [[noreturn]] void throwMisuse(const char* message) {
     throw CppSQLite3Exception(SQLITE_MISUSE, message, false);
 }
@@ -186,10 +200,15 @@ void CppSQLite3Query::nextRow() {
 
 int CppSQLite3Query::indexOf(const char* column) const {
     if (mColumns.empty()) {
+        std::vector<Column> columns;
         for (int i = 0; i < mnCols; ++i) {
             const char* const name = sqlite3_column_name(mpVM, i);
-            mColumns.push_back({name != nullptr ? name : "", 0});
+            if (name == nullptr) {  // the only reason for which a column has no name
+                throw CppSQLite3Exception(SQLITE_NOMEM, sqlite3_errstr(SQLITE_NOMEM), false);
+            }
+            columns.push_back({name, 0});
         }
+        mColumns = std::move(columns);
     }
     // Every row is read in the same order, so from the second row on the first guess is right.
     int& next = mColumns[static_cast<std::size_t>(mLastColumn)].next;
@@ -251,7 +270,8 @@ const char* CppSQLite3Query::getStringField(int column, const char* nullValue) c
     if (text != nullptr) {
         return reinterpret_cast<const char*>(text);
     }
-    if (!isNull(column)) {
+    // A value that could not be made a text, because memory ran out, may read as NULL from then on.
+    if (!isNull(column) || sqlite3_errcode(mpDB) == SQLITE_NOMEM) {
         throw CppSQLite3Exception(SQLITE_NOMEM, sqlite3_errstr(SQLITE_NOMEM), false);
     }
     return nullValue;
@@ -314,7 +334,8 @@ void CppSQLite3DB::openFile(const char* path) {
         const bool cannotLog =
             exception.errorCode() == SQLITE_READONLY || exception.errorCode() == SQLITE_CANTOPEN;
         close();
-        if (!cannotLog || !reopenReadOnly(path)) {
+        // One failure of a medium that can be written must not make the file read-only for a whole run.
+        if (!cannotLog || canBeWritten(path) || !reopenReadOnly(path)) {
             throw;
         }
     }
@@ -336,6 +357,7 @@ void CppSQLite3DB::trustNothing() {
     sqlite3_db_config(mpDB, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);  // the store has none: any that
     sqlite3_db_config(mpDB, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);     // are there are somebody else's
     sqlite3_db_config(mpDB, SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0, nullptr);  // no foreign code
+    sqlite3_drop_modules(mpDB, nullptr);            // no virtual table in the place of one of the store's
     sqlite3_limit(mpDB, SQLITE_LIMIT_ATTACHED, 0);  // no other file than this one
     // A length field of a damaged row must not claim the memory of the phone.
     sqlite3_limit(mpDB, SQLITE_LIMIT_LENGTH, maxLength);

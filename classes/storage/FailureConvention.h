@@ -21,6 +21,10 @@ void logNotClosed();
 
 /// Runs the work of an operation. A database error is logged under the operation's name and turned into the
 /// neutral result; any other exception passes on.
+///
+/// Statements within a loop over a cursor: when one of them fails, SQLite puts the cursor back to its row by
+/// the row's key. In a damaged file, whose keys are out of order, it then goes round in circles. Loops
+/// therefore read all their rows first, or notice a row that comes again.
 template <typename Result, typename Work>
 Result withFailureLogged(const char* operation, Result neutral, Work&& work) {
     try {

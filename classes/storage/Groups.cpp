@@ -126,11 +126,24 @@ bool PelkoDBManager::getGroupList(std::vector<PelkoGroup>& list) {
         CppSQLite3Query query = connection().execQuery(
             StringFormatUtil::string_format("SELECT * FROM %s ORDER BY %s asc", sql::tblGroupList, sql::rowid)
                 .c_str());
-        while (!query.eof()) {
-            list.push_back(getGroupInfo(query.getInt64Field(sql::groupId, 0)));
-            query.nextRow();
+        // All ids before the first group: see FailureConvention.h on statements within a loop.
+        std::vector<s64> ids;
+        const auto appendGroups = [&] {
+            for (const s64 id : ids) {
+                list.push_back(getGroupInfo(id));
+            }
+        };
+        try {
+            while (!query.eof()) {
+                ids.push_back(query.getInt64Field(sql::groupId, 0));
+                query.nextRow();
+            }
+        } catch (const CppSQLite3Exception&) {
+            appendGroups();
+            throw;
         }
         query.finalize();
+        appendGroups();
         return true;
     });
 }

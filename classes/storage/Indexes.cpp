@@ -29,13 +29,22 @@ constexpr int newestMessages = 256;
 constexpr int busyFromNewest = 2;
 constexpr int busiestTried = 8;
 
+constexpr char busyPrefix[] = "idx_msg_with_";
+
 /// A name for the index of these parties, the same in every run: FNV-1a, 64 bits (Fowler, Noll, Vo).
 std::string indexName(const std::string& parties) {
     unsigned long long hash = 14695981039346656037ULL;
     for (const char c : parties) {
         hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ULL;
     }
-    return StringFormatUtil::string_format("idx_msg_with_%016llx", hash);
+    return StringFormatUtil::string_format("%s%016llx", busyPrefix, hash);
+}
+
+/// Whether indexName() can have made it. Others of that beginning are somebody else's, and could be anything:
+/// names stand in a statement as they are.
+bool isIndexName(const std::string& name) {
+    const std::size_t head = sizeof busyPrefix - 1;
+    return name.size() == head + 16 && name.find_first_not_of("0123456789abcdef", head) == std::string::npos;
 }
 
 }  // namespace
@@ -90,8 +99,11 @@ void PelkoDBManager::indexBusyConversation() {
     }
     withFailureLogged(operation, false, [&] {
         const std::vector<std::string> busy = busyConversations(me);
-        const std::vector<std::string> made =
+        std::vector<std::string> made =
             firstColumn("SELECT name FROM sqlite_master WHERE type = 'index' AND name GLOB 'idx_msg_with_*'");
+        made.erase(std::remove_if(made.begin(), made.end(),
+                                  [](const std::string& name) { return !isIndexName(name); }),
+                   made.end());
         const auto isMade = [&](const std::string& parties) {
             return std::find(made.begin(), made.end(), indexName(parties)) != made.end();
         };

@@ -25,10 +25,12 @@ bool PelkoDBManager::clearMessages(const PelkoChatTarget& target) {
     if (!checkReady("clearMessages")) {
         return false;
     }
-    const std::string condition = conditionSqlWithTarget(target);
-    removeMessageFiles("clearMessages", condition);
-    return execSucceeds("clearMessages", StringFormatUtil::string_format("DELETE FROM %s WHERE %s",
-                                                                         sql::tblMsg, condition.c_str()));
+    // The condition is made twice: FileUtil is the client's, and may know of another logged-in user
+    // afterwards.
+    removeMessageFiles("clearMessages", conditionSqlWithTarget(target));
+    return execSucceeds("clearMessages",
+                        StringFormatUtil::string_format("DELETE FROM %s WHERE %s", sql::tblMsg,
+                                                        conditionSqlWithTarget(target).c_str()));
 }
 
 void PelkoDBManager::removeMessageFiles(const char* operation, const std::string& condition) {

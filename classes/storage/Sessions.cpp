@@ -1,3 +1,6 @@
+#include <utility>
+#include <vector>
+
 #include "classes/platform/StringFormatUtil.h"
 #include "classes/storage/FailureConvention.h"
 #include "classes/storage/PelkoDBManager.h"
@@ -14,19 +17,41 @@ bool PelkoDBManager::loadSessionList(std::list<PelkoSession>& sessions) {
     return withFailureLogged("loadSessionList", false, [&] {
         CppSQLite3Query query = connection().execQuery(
             StringFormatUtil::string_format("SELECT * FROM %s", sql::tblSession).c_str());
-        while (!query.eof()) {
+        // All rows before the first message: see FailureConvention.h on statements within a loop.
+        struct Row {
             PelkoSession session;
-            session.isTop = query.getIntField(sql::isTop, 0) != 0;
-            session.priority = query.getIntField(sql::priority, 0);
-            // Read as 32 bits and widened, as every client of the format does.
-            session.lastMsg = getMessage(query.getIntField(sql::lastMsgId, 0));
-            session.target =
-                targetFromTypeAndID(static_cast<PelkoChatTargetType>(query.getIntField(sql::targetType, 0)),
-                                    query.getStringField(sql::targetId, ""));
-            query.nextRow();
-            sessions.push_back(std::move(session));
+            s64 lastMsgId = 0;
+            bool complete = false;
+        };
+        std::vector<Row> rows;
+        const auto appendSessions = [&] {
+            for (Row& row : rows) {
+                row.session.lastMsg = getMessage(row.lastMsgId);
+                if (row.complete) {
+                    sessions.push_back(std::move(row.session));
+                }
+            }
+        };
+        try {
+            while (!query.eof()) {
+                Row row;
+                row.session.isTop = query.getIntField(sql::isTop, 0) != 0;
+                row.session.priority = query.getIntField(sql::priority, 0);
+                // Read as 32 bits and widened, as every client of the format does.
+                row.lastMsgId = query.getIntField(sql::lastMsgId, 0);
+                rows.push_back(row);
+                PelkoChatTarget& target = rows.back().session.target;
+                const auto type = static_cast<PelkoChatTargetType>(query.getIntField(sql::targetType, 0));
+                target = targetFromTypeAndID(type, query.getStringField(sql::targetId, ""));
+                query.nextRow();
+                rows.back().complete = true;
+            }
+        } catch (const CppSQLite3Exception&) {
+            appendSessions();
+            throw;
         }
         query.finalize();
+        appendSessions();
         return true;
     });
 }

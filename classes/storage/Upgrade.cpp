@@ -1,3 +1,7 @@
+#include <sqlite3.h>
+
+#include <set>
+
 #include "classes/platform/FileUtil.h"
 #include "classes/platform/StringFormatUtil.h"
 #include "classes/storage/FailureConvention.h"
@@ -8,6 +12,27 @@
 // previous run ended.
 
 namespace pelkoapi {
+
+namespace {
+
+/// The row ids that a pass has met. See FailureConvention.h on statements within a loop: reading all rows
+/// first would make each repair wait for another process's lock, one after the other, while the client
+/// starts.
+class RowsMet {
+public:
+    /// @throws CppSQLite3Exception when the row has been met before
+    s64 meet(s64 dbID) {
+        if (!mIds.insert(dbID).second) {
+            throw CppSQLite3Exception(SQLITE_CORRUPT, sqlite3_errstr(SQLITE_CORRUPT), false);
+        }
+        return dbID;
+    }
+
+private:
+    std::set<s64> mIds;
+};
+
+}  // namespace
 
 void PelkoDBManager::nessesaryUpdate() {
     constexpr const char* operation = "nessesaryUpdate";
@@ -20,12 +45,13 @@ void PelkoDBManager::nessesaryUpdate() {
                 sql::mediaPath, sql::exMediaPath, sql::tblMsg, sql::mediaStatus, PelkoMediaStatusDownloading,
                 PelkoMediaStatusDownloadFailed, sql::type, PelkoMessageTypeAudio, PelkoMessageTypeImage)
                 .c_str());
+        RowsMet met;
         while (!query.eof()) {
             // An image is complete when its second file is there.
             const bool isAudio = query.getIntField(sql::type, 0) == PelkoMessageTypeAudio;
             const char* const path = query.getStringField(isAudio ? sql::mediaPath : sql::exMediaPath, "");
             const bool present = FileUtil::exist(FileUtil::getFullPath(path));
-            updateMessageMediaStatus(query.getInt64Field(sql::dbId, 0),
+            updateMessageMediaStatus(met.meet(query.getInt64Field(sql::dbId, 0)),
                                      present ? PelkoMediaStatusDownloaded : PelkoMediaStatusDownloadFailed);
             query.nextRow();
         }
@@ -39,8 +65,9 @@ void PelkoDBManager::nessesaryUpdate() {
             StringFormatUtil::string_format("SELECT %s FROM %s WHERE %s = %d", sql::dbId, sql::tblMsg,
                                             sql::status, PelkoMessageStatusSending)
                 .c_str());
+        RowsMet met;
         while (!query.eof()) {
-            updateMessageStatus(query.getInt64Field(sql::dbId, 0), PelkoMessageStatusSendingFailed);
+            updateMessageStatus(met.meet(query.getInt64Field(sql::dbId, 0)), PelkoMessageStatusSendingFailed);
             query.nextRow();
         }
         query.finalize();

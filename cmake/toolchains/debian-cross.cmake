@@ -28,6 +28,10 @@ set(CMAKE_CXX_COMPILER_TARGET ${triplet})
 set(CMAKE_LIBRARY_ARCHITECTURE ${library_triplet})
 # Quiet about what of glibc is not static: loading code and looking up hosts, which nothing here does.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-static -Wl,--no-warnings")
+# GCC tells of a change of its calling convention that no code from before meets.
+if(PELKO_CROSS_ARCH STREQUAL "armhf")
+    set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
+endif()
 set(CMAKE_FIND_LIBRARY_SUFFIXES .a)
 if(NOT (PELKO_CROSS_ARCH STREQUAL "i386" AND CMAKE_HOST_SYSTEM_PROCESSOR STREQUAL "x86_64"))
     find_program(PELKO_CROSS_EMULATOR ${emulator} REQUIRED)

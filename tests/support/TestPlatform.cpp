@@ -62,6 +62,9 @@ bool FileUtil::exist(const std::string& path) {
 
 bool FileUtil::remove(const std::string& path) {
     platform().removed.push_back(path);
+    if (platform().onRemove) {
+        platform().onRemove();
+    }
     return true;
 }
 

@@ -22,6 +22,7 @@ struct TestPlatform {
     std::function<void()> onCreateFile;     ///< called by createFile before it returns, if set
     std::vector<std::string> existAsked;    ///< paths passed to exist, in order
     std::vector<std::string> removed;       ///< paths passed to remove, in order
+    std::function<void()> onRemove;         ///< called by remove before it returns, if set
 
     // Log
     bool consoleOn = true;

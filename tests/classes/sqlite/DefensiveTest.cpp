@@ -121,6 +121,12 @@ TEST_F(DefensiveTest, ViewsAreNotRead) {
     EXPECT_THAT(errorOf("SELECT * FROM v"), HasSubstr("access to view \"v\" prohibited"));
 }
 
+TEST_F(DefensiveTest, NoModuleOfVirtualTablesIsKnown) {
+    plant("CREATE VIRTUAL TABLE t USING rtree(id, low, high)");
+    EXPECT_EQ(errorOf("SELECT * FROM t"), "no such module: rtree");
+    EXPECT_EQ(errorOf("INSERT INTO t VALUES (1, 2, 3)"), "no such module: rtree");
+}
+
 TEST_F(DefensiveTest, ADefaultCallsNoFunctionThatIsNotKnownToBeHarmless) {
     plant("CREATE TABLE t (a, b DEFAULT (spy()))");
     const SpyEverywhere everywhere;

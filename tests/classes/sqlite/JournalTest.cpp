@@ -124,14 +124,21 @@ TEST_F(JournalTest, AFileThatIsLockedForAMomentIsWaitedFor) {
 class WithoutPrivileges {
 public:
     WithoutPrivileges() {
-        if (geteuid() == 0) {
-            EXPECT_EQ(seteuid(65534), 0);  // "nobody", by convention
+        if (mUser == 0) {
+            EXPECT_EQ(setreuid(nobody, 0), 0);
+            EXPECT_EQ(seteuid(nobody), 0);
         }
     }
-    ~WithoutPrivileges() { EXPECT_EQ(seteuid(mUser), 0); }
+    ~WithoutPrivileges() {
+        if (mUser == 0) {
+            EXPECT_EQ(seteuid(0), 0);
+            EXPECT_EQ(setreuid(0, 0), 0);
+        }
+    }
 
 private:
-    uid_t mUser = geteuid();
+    static constexpr uid_t nobody = 65534;  // by convention
+    const uid_t mUser = geteuid();
 };
 
 TEST_F(JournalTest, AFileOnAReadOnlyMediumIsRead) {

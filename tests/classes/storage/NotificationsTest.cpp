@@ -1,122 +1,29 @@
-#include <cstring>
+#include <sqlite3.h>
+
 #include <limits>
 #include <new>
 #include <string>
-#include <type_traits>
 #include <vector>
 
-#include "classes/storage/PelkoDBManager.h"
-#include "tests/support/StoreTest.h"
+#include "tests/classes/storage/NotificationsTest.h"
 
 using namespace pelkoapi;
 using namespace pelkotest;
 using testing::_;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using Access = PelkoDBManagerTestAccess;
 
 namespace {
-
-// The row reader is the manager's own.
-template <typename Class, typename = void>
-constexpr bool offersRowReader = false;
-template <typename Class>
-constexpr bool offersRowReader<Class, std::void_t<decltype(&Class::notifyFromQuery)>> = true;
-static_assert(!offersRowReader<PelkoDBManager>);
-
-// On 32-bit machines and on Windows it is not.
-constexpr bool longIsWide = sizeof(long) > sizeof(int);
 
 constexpr char insertHead[] =
     "INSERT INTO tbl_notify (date, is_read, sender_type, sender_id, sender_name, receiver_type, receiver_id, "
     "receiver_name, from_type, from_id, from_name, is_system, response, type, text) VALUES ";
 constexpr char lastRowId[] = "SELECT last_insert_rowid()";
 
-/// A notification with a value of its own in every stored field.
-PelkoNotify request() {
-    PelkoNotify notify(PelkoNotifyTypeJoinGroupRequest);
-    notify.dbID = 99;
-    notify.date = 1700000000;
-    notify.isRead = true;
-    notify.sender = PelkoChatTarget(11, PelkoChatTargetTypeUser);
-    notify.sender.name = "ann";
-    notify.receiver = PelkoChatTarget(12, PelkoChatTargetTypeCustomerService);
-    notify.receiver.name = "bob";
-    notify.from = PelkoChatTarget(9007199254740993, PelkoChatTargetTypeGroup);
-    notify.from.name = "club";
-    notify.agree = true;
-    notify.isSystemNotify = true;
-    notify.text = "let me in";
-    return notify;
-}
-
 constexpr char requestValues[] =
     "(1700000000, 1, 0, 11, 'ann', 3, 12, 'bob',2, 9007199254740993, 'club', 1, 1, 1, 'let me in')";
 const Row requestsRow = {"1", "1700000000",       "1",    "0", "11", "ann", "3",        "12", "bob",
                          "2", "9007199254740993", "club", "1", "1",  "1",   "let me in"};
-
-std::string partyOf(const PelkoChatTarget& target) {
-    EXPECT_EQ(target.tag, 0U);
-    EXPECT_EQ(target.info, "");
-    EXPECT_FALSE(target.hasGotDetail);
-    EXPECT_EQ(target.icon.url + target.icon.path + target.icon.pathEx, "");
-    return std::to_string(target.type) + " " + std::to_string(target.id) + " " + target.name;
-}
-
-/// Everything of a notification that has been read from a row.
-std::vector<std::string> fieldsOf(const PelkoNotify& notify) {
-    const std::string flags = std::string(notify.isRead ? "read" : "unread") +
-                              (notify.agree ? " agree" : "") + (notify.isSystemNotify ? " system" : "");
-    return {std::to_string(notify.dbID),
-            std::to_string(notify.date),
-            flags,
-            partyOf(notify.sender),
-            partyOf(notify.receiver),
-            partyOf(notify.from),
-            std::to_string(notify.type),
-            notify.text};
-}
-
-/// A notification as the default constructor leaves it; `agree` may hold anything.
-void expectDefault(const PelkoNotify& notify) {
-    EXPECT_EQ(notify.dbID, 0);
-    EXPECT_EQ(notify.date, 0);
-    EXPECT_FALSE(notify.isRead);
-    for (const PelkoChatTarget& party : {notify.sender, notify.receiver, notify.from}) {
-        EXPECT_EQ(partyOf(party), "0 0 ");
-    }
-    EXPECT_FALSE(notify.isSystemNotify);
-    EXPECT_EQ(notify.type, PelkoNotifyTypeGroupInvite);
-    EXPECT_EQ(notify.text, "");
-}
-
-class NotificationsTest : public StoreTest {
-protected:
-    /// Rows of these ids, unread.
-    void given(const std::vector<std::string>& ids) {
-        for (const std::string& id : ids) {
-            execute("INSERT INTO tbl_notify (db_id, is_read, text) VALUES (" + id + ", 0, 'text " + id +
-                    "')");
-        }
-    }
-    std::vector<Row> table() const { return rows("SELECT * FROM tbl_notify ORDER BY db_id"); }
-    std::vector<std::string> readStates() const {
-        std::vector<std::string> states;
-        for (const Row& row : rows("SELECT is_read FROM tbl_notify ORDER BY db_id")) {
-            states.push_back(row.front().value_or("NULL"));
-        }
-        return states;
-    }
-    std::vector<long> loadedIds() {
-        std::vector<PelkoNotify> list;
-        EXPECT_TRUE(db().loadNotifyList(list));
-        std::vector<long> ids;
-        for (const PelkoNotify& notify : list) {
-            ids.push_back(notify.dbID);
-        }
-        return ids;
-    }
-};
 
 // ---- storing
 
@@ -252,6 +159,62 @@ TEST_F(NotificationsTest, AFailingInsertLeavesTheRecordAlone) {
     EXPECT_THAT(table(), IsEmpty());
 }
 
+/// Puts a function in the place of SQLite's last_insert_rowid() on the store's connection.
+template <void (*function)(sqlite3_context*, int, sqlite3_value**)>
+int replaceLastRowId(sqlite3* connection, const char**, const sqlite3_api_routines*) {
+    return sqlite3_create_function(connection, "last_insert_rowid", 0, SQLITE_UTF8, nullptr, function,
+                                   nullptr, nullptr);
+}
+
+void refuse(sqlite3_context* context, int, sqlite3_value**) {
+    sqlite3_result_error(context, "no row id", -1);
+}
+
+void giveNull(sqlite3_context* context, int, sqlite3_value**) {
+    sqlite3_result_null(context);
+}
+
+class LastRowIdReplaced : public NotificationsTest {
+protected:
+    template <void (*function)(sqlite3_context*, int, sqlite3_value**)>
+    void open() {
+        const auto extension = reinterpret_cast<void (*)()>(replaceLastRowId<function>);
+        sqlite3_auto_extension(extension);
+        reopen();
+        sqlite3_cancel_auto_extension(extension);
+        forget();
+    }
+};
+
+TEST_F(LastRowIdReplaced, AFailureToAskForTheRowIdLeavesTheRecordAlone) {
+    open<refuse>();
+    PelkoNotify notify = request();
+    EXPECT_FALSE(db().insertNotify(&notify));
+    EXPECT_EQ(notify.dbID, 99);
+    expectFailureLogged("insertNotify", "no row id");
+    EXPECT_THAT(statements(), ElementsAre(std::string(insertHead) + requestValues, lastRowId));
+    EXPECT_THAT(table(), ElementsAre(requestsRow));  // stored by then: there is no transaction around the two
+}
+
+TEST_F(LastRowIdReplaced, ARowIdThatIsNullIsWrittenBackAsZero) {
+    open<giveNull>();
+    PelkoNotify notify = request();
+    EXPECT_TRUE(db().insertNotify(&notify));
+    EXPECT_EQ(notify.dbID, 0);
+    expectNothingLogged();
+}
+
+TEST_F(NotificationsTest, HoweverManyThereAreTheyAreKept) {
+    execute(
+        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 10000) "
+        "INSERT INTO tbl_notify (date) SELECT i FROM n");
+    PelkoNotify notify = request();
+    EXPECT_TRUE(db().insertNotify(&notify));
+    EXPECT_EQ(loadedIds().size(), 10001U);
+    reopen();
+    EXPECT_EQ(loadedIds().size(), 10001U);
+}
+
 // ---- what texts may hold
 
 TEST_F(NotificationsTest, NamesAreEscaped) {
@@ -304,129 +267,6 @@ TEST_F(NotificationsTest, OtherTextsAreKeptByteForByte) {
         EXPECT_EQ(db().getNottify(notify.dbID).text, text);
     }
     expectNothingLogged();
-}
-
-// ---- reading
-
-TEST_F(NotificationsTest, LoadAppendsTheNewestRowFirst) {
-    given({"3", "-2", "7"});
-    std::vector<PelkoNotify> list = {request()};
-    EXPECT_TRUE(db().loadNotifyList(list));
-    EXPECT_THAT(statements(), ElementsAre("SELECT * FROM tbl_notify ORDER BY db_id DESC"));
-    ASSERT_EQ(list.size(), 4U);
-    EXPECT_EQ(fieldsOf(list[0]), fieldsOf(request()));
-    EXPECT_EQ(fieldsOf(list[1])[7], "text 7");
-    EXPECT_EQ(fieldsOf(list[2])[7], "text 3");
-    EXPECT_EQ(fieldsOf(list[3])[7], "text -2");
-    expectNothingLogged();
-}
-
-TEST_F(NotificationsTest, LoadOfAnEmptyTableSucceedsAndLeavesTheListAsItIs) {
-    std::vector<PelkoNotify> list = {request()};
-    EXPECT_TRUE(db().loadNotifyList(list));
-    EXPECT_EQ(list.size(), 1U);
-    expectNothingLogged();
-}
-
-TEST_F(NotificationsTest, RowsReadBeforeAFailureStay) {
-    given({"1", "2", "3", "4"});
-    changeTables(
-        "ALTER TABLE tbl_notify RENAME TO kept; CREATE VIEW tbl_notify AS SELECT *,"
-        " CASE db_id WHEN 2 THEN abs(-9223372036854775807 - 1) END AS broken FROM kept");
-    std::vector<PelkoNotify> list = {request()};
-    EXPECT_FALSE(db().loadNotifyList(list));
-    expectFailureLogged("loadNotifyList", "integer overflow");
-    ASSERT_EQ(list.size(), 3U);
-    EXPECT_EQ(list[0].dbID, 99);
-    EXPECT_EQ(list[1].dbID, 4);
-    EXPECT_EQ(list[2].dbID, 3);
-}
-
-TEST_F(NotificationsTest, GetReadsOneNotification) {
-    PelkoNotify notify = request();
-    EXPECT_TRUE(db().insertNotify(&notify));
-    given({"7"});
-    forget();
-    EXPECT_EQ(fieldsOf(db().getNottify(1)),
-              (std::vector<std::string>{"1", "1700000000", "read agree system", "0 11 ann", "3 12 bob",
-                                        "2 9007199254740993 club", "1", "let me in"}));
-    EXPECT_THAT(statements(), ElementsAre("SELECT * FROM tbl_notify WHERE db_id = 1"));
-    expectNothingLogged();
-}
-
-TEST_F(NotificationsTest, GetOfAnUnknownIdIsADefaultRecord) {
-    given({"7"});
-    expectDefault(db().getNottify(8));
-    constexpr long least = std::numeric_limits<long>::min();  // of 32 bits on some machines
-    expectDefault(db().getNottify(least));
-    EXPECT_THAT(statements(), ElementsAre("SELECT * FROM tbl_notify WHERE db_id = 8",
-                                          "SELECT * FROM tbl_notify WHERE db_id = " + std::to_string(least)));
-    expectNothingLogged();
-}
-
-TEST_F(NotificationsTest, GetFindsWideIdsAndReadsThemAs32Bits) {
-    if (!longIsWide) {
-        GTEST_SKIP() << "a long has 32 bits here, so that nobody can ask for a wider id";
-    }
-    given({"4294967301"});
-    const PelkoNotify notify = db().getNottify(static_cast<long>(4294967301));
-    EXPECT_EQ(notify.text, "text 4294967301");
-    EXPECT_EQ(notify.dbID, 5);
-    expectDefault(db().getNottify(5));
-}
-
-TEST_F(NotificationsTest, NullColumnsAreReadAsDefaults) {
-    execute("INSERT INTO tbl_notify (db_id) VALUES (7)");
-    PelkoNotify notify = db().getNottify(7);
-    EXPECT_EQ(notify.dbID, 7);
-    EXPECT_FALSE(notify.agree);
-    notify.dbID = 0;
-    expectDefault(notify);
-}
-
-TEST_F(NotificationsTest, FlagsAreTrueForAnyNumberButZeroAndKindsAreNarrowed) {
-    execute(
-        "INSERT INTO tbl_notify VALUES (1, 5, 2, 4294967298, 0, '', -1, 0, '', 9, 0, '', -1, 256, 77, '')");
-    EXPECT_EQ(fieldsOf(db().getNottify(1)),
-              (std::vector<std::string>{"1", "5", "read agree system", "2 0 ", "-1 0 ", "9 0 ", "77", ""}));
-}
-
-TEST_F(NotificationsTest, TheReaderTakesTheColumnsInItsOwnOrder) {
-    // Tables that lack ever fewer columns name the first one that is missing.
-    const std::vector<std::string> order = {"db_id",       "date",        "is_read",       "sender_id",
-                                            "sender_type", "sender_name", "from_id",       "from_type",
-                                            "from_name",   "receiver_id", "receiver_type", "receiver_name",
-                                            "is_system",   "response",    "type",          "text"};
-    changeTables("DROP TABLE tbl_notify");
-    std::string present = "1 AS other";
-    for (const std::string& column : order) {
-        SCOPED_TRACE(column);
-        CppSQLite3Query query = Access::connection(db())->execQuery(("SELECT " + present).c_str());
-        std::string missing;
-        try {
-            Access::notifyFromQuery(db(), query);
-        } catch (const CppSQLite3Exception& exception) {
-            missing = exception.errorMessage();
-        }
-        EXPECT_THAT(missing, testing::EndsWith(" " + column));
-        present += ", 1 AS " + column;
-    }
-    CppSQLite3Query query = Access::connection(db())->execQuery(("SELECT " + present).c_str());
-    EXPECT_EQ(fieldsOf(Access::notifyFromQuery(db(), query)),
-              (std::vector<std::string>{"1", "1", "read agree system", "1 1 1", "1 1 1", "1 1 1", "1", "1"}));
-    expectNothingLogged();  // it leaves exceptions to its caller
-}
-
-TEST_F(NotificationsTest, AMissingColumnFailsTheReaders) {
-    given({"1", "2"});
-    changeTables("ALTER TABLE tbl_notify RENAME COLUMN from_name TO other");
-    std::vector<PelkoNotify> list = {request()};
-    EXPECT_FALSE(db().loadNotifyList(list));
-    expectFailureLogged("loadNotifyList", testing::EndsWith("from_name"));
-    EXPECT_EQ(list.size(), 1U);
-    forget();
-    expectDefault(db().getNottify(1));
-    expectFailureLogged("getNottify", testing::EndsWith("from_name"));
 }
 
 // ---- deleting

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
 #include <list>
 #include <type_traits>
 #include <vector>
@@ -30,6 +32,16 @@ TEST(PelkoSessionTest, DefaultIsEmpty) {
     EXPECT_TRUE(session.target == PelkoChatTarget());
     EXPECT_TRUE(session.memberList.empty());
     EXPECT_TRUE(session.curPageMemberList.empty());
+}
+
+TEST(PelkoSessionTest, FieldsLieInTheirOrder) {
+    const PelkoSession session;
+    const std::vector<const void*> fields = {
+        &session.isTop,      &session.pageIndex,         &session.priority,
+        &session.lastMsgId,  &session.requestingHistory, &session.autoRequestHistory,
+        &session.needUpdate, &session.lastMsg,           &session.target,
+        &session.memberList, &session.curPageMemberList};
+    EXPECT_TRUE(std::is_sorted(fields.begin(), fields.end(), std::less<>()));
 }
 
 TEST(PelkoSessionTest, CopiesEveryField) {

@@ -2,8 +2,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "classes/storage/PelkoDBManager.h"
-#include "tests/support/StoreTest.h"
+#include "tests/classes/storage/RelationshipsTest.h"
 
 using namespace pelkoapi;
 using namespace pelkotest;
@@ -13,114 +12,12 @@ using testing::IsEmpty;
 
 namespace {
 
-using Names = std::vector<std::string>;
-
 // The relation kind, and with it what the front ends stand on, is the manager's own.
 template <typename Class, typename = void>
 constexpr bool offersRelations = false;
 template <typename Class>
 constexpr bool offersRelations<Class, std::void_t<typename Class::PelkoUserRelation>> = true;
 static_assert(!offersRelations<PelkoDBManager>);
-
-/// One of the two lists, through its public operations.
-struct List {
-    const char* label;
-    std::string number;       ///< as block_state holds it
-    std::string otherNumber;  ///< that of the other list
-    const char* saveName;     ///< operation name of the save
-    bool (PelkoDBManager::*add)(std::string&);
-    bool (PelkoDBManager::*remove)(std::string&);
-    bool (PelkoDBManager::*has)(std::string&);
-    bool (PelkoDBManager::*clear)();
-    Names (PelkoDBManager::*names)();
-    unsigned int (PelkoDBManager::*save)(Names&);
-    bool (PelkoDBManager::*replace)(Names&);
-};
-
-void PrintTo(const List& list, std::ostream* out) {
-    *out << list.label;
-}
-
-using Manager = PelkoDBManager;
-// clang-format off
-const List friends{"Friends", "0", "1", "saveFriendList",
-                   &Manager::addFriend, &Manager::deleteFriend, &Manager::isFriend, &Manager::clearFriendList,
-                   &Manager::getFriendUsernames, &Manager::saveFriendList, &Manager::replaceFriendList};
-const List blocked{"Blocked", "1", "0", "saveBlockList",
-                   &Manager::blockUser, &Manager::unblockUser, &Manager::isBlocked, &Manager::clearBlockList,
-                   &Manager::getBlockUsernames, &Manager::saveBlockList, &Manager::replaceBlockList};
-// clang-format on
-
-class RelationshipsTest : public StoreTest, public testing::WithParamInterface<List> {
-protected:
-    bool add(std::string name) { return (db().*GetParam().add)(name); }
-    bool remove(std::string name) { return (db().*GetParam().remove)(name); }
-    bool has(std::string name) { return (db().*GetParam().has)(name); }
-    bool clear() { return (db().*GetParam().clear)(); }
-    Names names() { return (db().*GetParam().names)(); }
-    unsigned int save(Names list) { return (db().*GetParam().save)(list); }
-    bool replace(Names list) { return (db().*GetParam().replace)(list); }
-
-    static std::string number() { return GetParam().number; }
-    static std::string lookupOf(const std::string& name) {
-        return "SELECT * FROM tbl_relationship WHERE username = '" + name + "' AND block_state = " + number();
-    }
-    static std::string insertOf(const std::string& name) {
-        return "INSERT INTO tbl_relationship (username, block_state) VALUES ('" + name + "', " + number() +
-               ")";
-    }
-    static std::string removalOf(const std::string& name) {
-        return "DELETE FROM tbl_relationship WHERE username = '" + name + "' AND block_state = " + number();
-    }
-    static std::string clearing() { return "DELETE FROM tbl_relationship WHERE block_state = " + number(); }
-
-    /// Puts names on this list, or on the other one, past the store.
-    void given(const Names& list, const std::string& relation = number()) {
-        for (const std::string& name : list) {
-            execute("INSERT INTO tbl_relationship VALUES ('" + db().transStringQuote(name) + "', " +
-                    relation + ")");
-        }
-    }
-    std::vector<Row> table() const { return rows("SELECT * FROM tbl_relationship ORDER BY rowid"); }
-    /// The stored names of this list.
-    Names stored() const {
-        Names found;
-        for (const Row& row : rows("SELECT username FROM tbl_relationship WHERE block_state = " + number() +
-                                   " ORDER BY rowid")) {
-            found.push_back(row.front().value_or("NULL"));
-        }
-        return found;
-    }
-    /// What becomes of each INSERT or DELETE of a name that meets the condition.
-    void rejectEach(const std::string& verb, const std::string& condition, const std::string& raise) {
-        changeTables("CREATE TRIGGER reject BEFORE " + verb + " ON tbl_relationship WHEN " + condition +
-                     " BEGIN SELECT RAISE(" + raise + "); END");
-    }
-
-    /// Expects of every operation its neutral result, its not-ready line and no statement.
-    void expectNotReadyEach() {
-        const auto expectLine = [this](const char* operation) {
-            expectNotReadyLogged(operation);
-            EXPECT_THAT(statements(), IsEmpty());
-            forget();
-        };
-        forget();
-        EXPECT_FALSE(add("ann"));
-        expectLine("addRelationship");
-        EXPECT_FALSE(remove("ann"));
-        expectLine("removeRelationship");
-        EXPECT_FALSE(clear());
-        expectLine("removeRelationship");
-        EXPECT_FALSE(has("ann"));
-        expectLine("hasRelationship");
-        EXPECT_THAT(names(), IsEmpty());
-        expectLine("getRelationUsernames");
-        EXPECT_EQ(save({"ann"}), 0U);
-        expectLine(GetParam().saveName);
-        EXPECT_EQ(save({}), 0U);
-        expectLine(GetParam().saveName);
-    }
-};
 
 // ---- adding
 
@@ -276,116 +173,6 @@ TEST_P(RelationshipsTest, NamesReadBeforeAFailureStay) {
     expectFailureLogged("getRelationUsernames", "integer overflow");
 }
 
-// ---- saving and replacing
-
-TEST_P(RelationshipsTest, SaveCountsTheNewNames) {
-    EXPECT_EQ(save({"a", "b", "a"}), 2U);
-    EXPECT_THAT(statements(),
-                ElementsAre(lookupOf("a"), insertOf("a"), lookupOf("b"), insertOf("b"), lookupOf("a")));
-    EXPECT_THAT(stored(), ElementsAre("a", "b"));
-    expectNothingLogged();
-}
-
-TEST_P(RelationshipsTest, SaveAddsToTheList) {
-    given({"b", "z"});
-    given({"a"}, GetParam().otherNumber);
-    EXPECT_EQ(save({"a", "b"}), 1U);
-    EXPECT_THAT(stored(), ElementsAre("b", "z", "a"));
-    EXPECT_EQ(save({"a", "b"}), 0U);
-}
-
-TEST_P(RelationshipsTest, SaveOfNoNamesIsZeroWithoutAStatement) {
-    EXPECT_EQ(save({}), 0U);
-    EXPECT_THAT(statements(), IsEmpty());
-    expectNothingLogged();
-}
-
-TEST_P(RelationshipsTest, SaveDoesNotCountFailingNames) {
-    rejectEach("INSERT", "NEW.username = 'b'", "ABORT, 'no b'");
-    EXPECT_EQ(save({"a", "b", "c"}), 2U);
-    expectFailureLogged("addRelationship", "no b");
-    EXPECT_THAT(stored(), ElementsAre("a", "c"));
-}
-
-TEST_P(RelationshipsTest, SaveWithoutTheTableFailsPerName) {
-    changeTables("DROP TABLE tbl_relationship");
-    EXPECT_EQ(save({"a", "b"}), 0U);
-    const std::string lookup = "checkIfRecordExist failed, exception in (no such table: tbl_relationship).";
-    const std::string insert = "addRelationship failed, exception in (no such table: tbl_relationship).";
-    expectLogged({lookup, insert, lookup, insert});
-}
-
-TEST_P(RelationshipsTest, SaveKeepsAThousandNamesInOrder) {
-    Names many;
-    for (int i = 1000; i > 0; --i) {
-        many.push_back("user " + std::to_string(i));
-    }
-    db().beginTransaction();  // the caller's: the test need not wait for a thousand commits
-    EXPECT_EQ(save(many), 1000U);
-    db().commiteTransaction();
-    EXPECT_EQ(statements().size(), 2U + 2 * 1000);
-    EXPECT_EQ(names(), many);
-    EXPECT_EQ(stored(), many);
-}
-
-TEST_P(RelationshipsTest, ReplaceClearsThenSaves) {
-    given({"ann", "bob"});
-    given({"ann"}, GetParam().otherNumber);
-    EXPECT_TRUE(replace({"cid", "ann"}));
-    EXPECT_THAT(statements(),
-                ElementsAre(clearing(), lookupOf("cid"), insertOf("cid"), lookupOf("ann"), insertOf("ann")));
-    EXPECT_THAT(stored(), ElementsAre("cid", "ann"));
-    EXPECT_EQ(value("SELECT username FROM tbl_relationship WHERE block_state = " + GetParam().otherNumber),
-              "ann");
-    expectNothingLogged();
-}
-
-TEST_P(RelationshipsTest, ReplaceByNoNamesEmptiesTheListAndReportsFalse) {
-    given({"ann"});
-    EXPECT_FALSE(replace({}));
-    EXPECT_THAT(statements(), ElementsAre(clearing()));
-    EXPECT_THAT(table(), IsEmpty());
-    expectNothingLogged();
-}
-
-TEST_P(RelationshipsTest, ReplaceThatFailsHalfwayLeavesTheListPartlyRefilled) {
-    given({"old"});
-    rejectEach("INSERT", "NEW.username >= 'b'", "ABORT, 'no more'");
-    EXPECT_TRUE(replace({"a", "b"}));
-    expectFailureLogged("addRelationship", "no more");
-    EXPECT_THAT(stored(), ElementsAre("a"));
-    EXPECT_FALSE(replace({"b", "c"}));
-    EXPECT_THAT(stored(), IsEmpty());
-    EXPECT_TRUE(replace({"a"}));  // that there was nothing to clear does not matter
-}
-
-TEST_P(RelationshipsTest, ReplaceSavesAlsoWhenClearingFails) {
-    given({"old"});
-    rejectEach("DELETE", "1", "ABORT, 'not now'");
-    EXPECT_TRUE(replace({"old", "new"}));
-    expectFailureLogged("removeRelationship", "not now");
-    EXPECT_THAT(stored(), ElementsAre("old", "new"));
-    EXPECT_FALSE(replace({"old"}));  // nothing new
-}
-
-TEST_P(RelationshipsTest, ReplaceNotReadyLogsTheOperationsThatItCalls) {
-    close();
-    EXPECT_FALSE(replace({"ann"}));
-    EXPECT_FALSE(replace({}));
-    const std::string removal = "db is not ready(removeRelationship";
-    const std::string saving = std::string("db is not ready(") + GetParam().saveName;
-    expectLogged({removal, saving, removal, saving});
-    EXPECT_THAT(statements(), IsEmpty());
-}
-
-TEST_P(RelationshipsTest, ReplaceWithoutTheTableFails) {
-    changeTables("DROP TABLE tbl_relationship");
-    EXPECT_FALSE(replace({"ann"}));
-    expectLogged({"removeRelationship failed, exception in (no such table: tbl_relationship).",
-                  "checkIfRecordExist failed, exception in (no such table: tbl_relationship).",
-                  "addRelationship failed, exception in (no such table: tbl_relationship)."});
-}
-
 // ---- what names may hold
 
 TEST_P(RelationshipsTest, NamesWithAQuoteAreStoredButNeverFound) {
@@ -461,6 +248,18 @@ TEST_P(RelationshipsTest, NamesEndAtTheirFirstNul) {
     EXPECT_THAT(statements(),
                 ElementsAre(lookupOf("ann"), insertOf("ann"), lookupOf("ann"), removalOf("ann")));
     expectNothingLogged();
+}
+
+TEST_P(RelationshipsTest, TheCallersNamesStayAsTheyAre) {
+    std::string name = "it's";
+    EXPECT_TRUE((db().*GetParam().add)(name));
+    EXPECT_FALSE((db().*GetParam().has)(name));
+    EXPECT_TRUE((db().*GetParam().remove)(name));
+    EXPECT_EQ(name, "it's");
+    Names list = {"it's", "ann"};
+    EXPECT_EQ((db().*GetParam().save)(list), 2U);
+    EXPECT_TRUE((db().*GetParam().replace)(list));
+    EXPECT_THAT(list, ElementsAre("it's", "ann"));
 }
 
 // ---- what all have in common

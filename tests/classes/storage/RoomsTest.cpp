@@ -1,104 +1,21 @@
-#include <algorithm>
 #include <iterator>
 #include <limits>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "tests/support/StoreTest.h"
+#include "tests/classes/storage/RoomsTest.h"
 
 using namespace pelkoapi;
 using namespace pelkotest;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using Access = PelkoDBManagerTestAccess;
-using Strings = std::vector<std::string>;
 
 namespace {
 
 constexpr char dump[] = "SELECT * FROM tbl_room ORDER BY room_id";
 constexpr uint largest = std::numeric_limits<uint>::max();
-
-std::string lookUp(s64 id) {
-    return "SELECT * FROM tbl_room WHERE room_id = " + std::to_string(id);
-}
-
-PelkoRoom lobby() {
-    PelkoRoom room(5001);
-    room.name = "Lobby";
-    room.info = "open to all";
-    room.icon.url = "http://icons/1";
-    room.icon.path = "/app/icons/1.png";
-    room.icon.pathEx = "/app/icons/1-small.png";
-    room.isTop = true;
-    room.capacity = 200;
-    room.onlineNumber = 17;
-    return room;
-}
-
-PelkoRoom roomOf(s64 id, const std::string& name) {
-    PelkoRoom room;
-    room.id = id;
-    room.name = name;
-    return room;
-}
-
-class RoomsTest : public StoreTest {
-protected:
-    bool store(PelkoRoom room, uint version = 1) { return db().insertOrUpdateRoom(&room, version); }
-    void stored(const PelkoRoom& room, uint version = 1) {
-        ASSERT_TRUE(store(room, version));
-        forget();
-    }
-    /// Ids and names, as "5 five".
-    static Strings told(const std::vector<PelkoRoom>& rooms) {
-        Strings result;
-        for (const PelkoRoom& room : rooms) {
-            result.push_back(std::to_string(room.id) + " " + room.name);
-        }
-        return result;
-    }
-    static void expectLobby(const PelkoRoom& room) {
-        EXPECT_EQ(room, PelkoRoom(5001));
-        EXPECT_EQ(readFields(room), std::vector<bool>(8, true));
-    }
-    /// Which fields are lobby's, in the order in which they are read.
-    static std::vector<bool> readFields(const PelkoRoom& room) {
-        const PelkoRoom expected = lobby();
-        return {room.name == expected.name,           room.icon.url == expected.icon.url,
-                room.icon.path == expected.icon.path, room.icon.pathEx == expected.icon.pathEx,
-                room.isTop == expected.isTop,         room.info == expected.info,
-                room.capacity == expected.capacity,   room.onlineNumber == expected.onlineNumber};
-    }
-    /// Sets the fields that the store does not keep.
-    static PelkoRoom withOtherFields(PelkoRoom room) {
-        room.tag = 4;
-        room.hasGotDetail = true;
-        room.icon.tag = 4;
-        room.icon.type = PelkoMediaTypeImage;
-        room.icon.status = PelkoMediaStatusDownloaded;
-        room.icon.duration = 4;
-        return room;
-    }
-    static void expectSameOtherFields(const PelkoRoom& room, const PelkoRoom& expected) {
-        EXPECT_EQ(room.type, expected.type);
-        EXPECT_EQ(room.tag, expected.tag);
-        EXPECT_EQ(room.hasGotDetail, expected.hasGotDetail);
-        EXPECT_EQ(room.icon.tag, expected.icon.tag);
-        EXPECT_EQ(room.icon.type, expected.icon.type);
-        EXPECT_EQ(room.icon.status, expected.icon.status);
-        EXPECT_EQ(room.icon.duration, expected.icon.duration);
-    }
-    /// Expects that the record carries the id and is otherwise as its constructor made it.
-    static void expectOnlyId(const PelkoRoom& room, s64 id) {
-        EXPECT_EQ(room.id, id);
-        EXPECT_EQ(room.name + room.info + room.icon.url + room.icon.path + room.icon.pathEx, "");
-        EXPECT_FALSE(room.isTop);
-        EXPECT_EQ(room.capacity + room.onlineNumber, 0U);
-        expectSameOtherFields(room, PelkoRoom());
-    }
-};
 
 // ---- insertOrUpdateRoom
 
@@ -232,6 +149,18 @@ TEST_F(RoomsTest, StoringWithoutTheTableFailsInTheLookUpAndInTheInsertion) {
     EXPECT_THAT(statements(), IsEmpty());
 }
 
+TEST_F(RoomsTest, FailedLookUpIsFollowedByAnInsertion) {
+    stored(roomOf(5, "kept"));
+    // A computed column, which fails in this row alone and so fails the look-up, but not an insertion.
+    changeTables(
+        "UPDATE tbl_room SET info_version = -9223372036854775808;"
+        "ALTER TABLE tbl_room ADD COLUMN broken AS (abs(info_version))");
+    EXPECT_FALSE(store(roomOf(5, "changed")));
+    expectLogged({"checkIfRecordExist failed, exception in (integer overflow).",
+                  "insertOrUpdateRoom failed, exception in (UNIQUE constraint failed: tbl_room.room_id)."});
+    EXPECT_EQ(rows("SELECT room_id, name FROM tbl_room"), (std::vector<Row>{{"5", "kept"}}));
+}
+
 // ---- the values that are not escaped
 
 struct UnescapedField {
@@ -308,92 +237,6 @@ TEST_F(RoomsTest, RoomExistOnAClosedStoreFailsInTheLookUp) {
     EXPECT_THAT(statements(), IsEmpty());
 }
 
-// ---- getRoomInfo and the row reader
-
-TEST_F(RoomsTest, StoredRoomComesBack) {
-    stored(lobby(), 3);
-    expectLobby(db().getRoomInfo(5001));
-    EXPECT_THAT(statements(), ElementsAre(lookUp(5001)));
-    expectNothingLogged();
-}
-
-TEST_F(RoomsTest, OtherIconFieldsAndDetailFlagAreNeitherStoredNorRead) {
-    stored(withOtherFields(lobby()), 3);
-    expectSameOtherFields(db().getRoomInfo(5001), PelkoRoom());
-}
-
-TEST_F(RoomsTest, UnknownRoomCarriesOnlyItsId) {
-    expectOnlyId(db().getRoomInfo(5001), 5001);
-    EXPECT_THAT(statements(), ElementsAre(lookUp(5001)));
-    expectNothingLogged();
-}
-
-TEST_F(RoomsTest, IdIsLookedUpInFullAndReturnedIn32Bits) {
-    stored(roomOf(5, "small"));
-    stored(roomOf(4294967301, "big"));
-    EXPECT_THAT(told({db().getRoomInfo(4294967301), db().getRoomInfo(5)}), ElementsAre("5 big", "5 small"));
-    expectOnlyId(db().getRoomInfo(8589934597), 5);
-    expectOnlyId(db().getRoomInfo(-1), 4294967295);
-    EXPECT_THAT(statements(), ElementsAre(lookUp(4294967301), lookUp(5), lookUp(8589934597), lookUp(-1)));
-}
-
-TEST_F(RoomsTest, MissingValuesAreEmptyAndZero) {
-    execute("INSERT INTO tbl_room (room_id) VALUES (5)");
-    expectOnlyId(db().getRoomInfo(5), 5);
-    expectNothingLogged();
-}
-
-TEST_F(RoomsTest, AnyNumberButZeroPutsTheRoomOnTop) {
-    execute("INSERT INTO tbl_room (room_id, is_top) VALUES (1, 0), (2, 2), (3, -1)");
-    EXPECT_FALSE(db().getRoomInfo(1).isTop);
-    EXPECT_TRUE(db().getRoomInfo(2).isTop);
-    EXPECT_TRUE(db().getRoomInfo(3).isTop);
-}
-
-TEST_F(RoomsTest, OnlyTheFirstRowIsRead) {
-    changeTables(
-        "ALTER TABLE tbl_room RENAME TO keyed; CREATE TABLE tbl_room AS SELECT * FROM keyed;"
-        "INSERT INTO tbl_room (room_id, name) VALUES (5, 'first'), (5, 'second')");
-    EXPECT_THAT(told({db().getRoomInfo(5)}), ElementsAre("5 first"));
-}
-
-TEST_F(RoomsTest, RoomInfoKeepsWhatWasReadBeforeTheFailure) {
-    stored(lobby());
-    changeTables("ALTER TABLE tbl_room RENAME COLUMN capacity TO places");
-    const PelkoRoom room = db().getRoomInfo(5001);
-    expectFailureLogged("getRoomInfo", HasSubstr("capacity"));
-    EXPECT_EQ(room.info, "open to all");
-    EXPECT_EQ(room.capacity, 0U);
-    EXPECT_EQ(room.onlineNumber, 0U);
-}
-
-TEST_F(RoomsTest, RowReaderFillsItsFieldsInOrderAndNoOthers) {
-    stored(lobby());
-    const Strings columns = {"name",   "icon_url", "icon_path", "icon_path_ex",
-                             "is_top", "info",     "capacity",  "online_number"};
-    std::string selected;
-    for (std::size_t read = 1; read <= columns.size(); ++read) {
-        selected += (read == 1 ? "" : ", ") + columns[read - 1];
-        SCOPED_TRACE(selected);
-        PelkoRoom before = withOtherFields(PelkoRoom(77));
-        before.type = PelkoChatTargetTypeGroup;
-        PelkoRoom room = before;
-        CppSQLite3Query query =
-            Access::connection(db())->execQuery(("SELECT " + selected + " FROM tbl_room").c_str());
-        if (read < columns.size()) {
-            EXPECT_THROW(Access::updateRoomFromQuery(db(), query, room), CppSQLite3Exception);
-        } else {
-            Access::updateRoomFromQuery(db(), query, room);
-        }
-        std::vector<bool> expected(columns.size(), false);
-        std::fill_n(expected.begin(), read, true);
-        EXPECT_EQ(readFields(room), expected);
-        EXPECT_EQ(room.id, 77);
-        expectSameOtherFields(room, before);
-    }
-    expectNothingLogged();
-}
-
 // ---- deleteRoom and clearRoomList
 
 TEST_F(RoomsTest, DeleteRoomDeletesThatRoom) {
@@ -433,81 +276,6 @@ TEST_F(RoomsTest, ClearRoomListWithoutRoomsIsFalse) {
     EXPECT_FALSE(db().clearRoomList());
     EXPECT_THAT(statements(), ElementsAre("DELETE FROM tbl_room"));
     expectNothingLogged();
-}
-
-// ---- getRoomList
-
-TEST_F(RoomsTest, RoomListOfAnEmptyTableLeavesTheCallersListAsItIs) {
-    std::vector<PelkoRoom> list = {roomOf(1, "held")};
-    EXPECT_TRUE(db().getRoomList(list));
-    EXPECT_THAT(statements(), ElementsAre("SELECT * FROM tbl_room ORDER BY rowid asc"));
-    EXPECT_THAT(told(list), ElementsAre("1 held"));
-    expectNothingLogged();
-}
-
-TEST_F(RoomsTest, RoomListIsAddedToTheCallersList) {
-    stored(lobby());
-    stored(roomOf(5002, "other"));
-    std::vector<PelkoRoom> list = {roomOf(1, "held")};
-    EXPECT_TRUE(db().getRoomList(list));
-    EXPECT_THAT(told(list), ElementsAre("1 held", "5001 Lobby", "5002 other"));
-    expectLobby(list[1]);
-    expectSameOtherFields(list[1], PelkoRoom());
-}
-
-TEST_F(RoomsTest, RoomListIsInTheOrderOfRowIdsAndAnUpdateKeepsTheRoomsPlace) {
-    // room_id is an integer primary key, so in files of this format it is the row id itself.
-    for (const s64 id : {9, 3, 7}) {
-        stored(roomOf(id, "old"));
-    }
-    stored(roomOf(3, "new"));
-    std::vector<PelkoRoom> list;
-    EXPECT_TRUE(db().getRoomList(list));
-    EXPECT_THAT(told(list), ElementsAre("3 new", "7 old", "9 old"));
-}
-
-TEST_F(RoomsTest, RoomListNarrowsIds) {
-    stored(roomOf(4294967301, "big"));
-    stored(roomOf(-1, "negative"));
-    std::vector<PelkoRoom> list;
-    EXPECT_TRUE(db().getRoomList(list));
-    EXPECT_THAT(told(list), ElementsAre("4294967295 negative", "5 big"));
-}
-
-TEST_F(RoomsTest, RoomListOfAThousandIsOneStatement) {
-    execute(
-        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 1000) "
-        "INSERT INTO tbl_room (room_id, name) SELECT i, 'room ' || i FROM n");
-    std::vector<PelkoRoom> list;
-    EXPECT_TRUE(db().getRoomList(list));
-    EXPECT_EQ(statements().size(), 1U);
-    ASSERT_EQ(list.size(), 1000U);
-    EXPECT_EQ(list.front().name, "room 1");
-    EXPECT_EQ(list.back().name, "room 1000");
-}
-
-TEST_F(RoomsTest, RoomListKeepsTheRoomsReadBeforeAFailure) {
-    for (const s64 id : {1, 2, 3, 4}) {
-        stored(roomOf(id, "room"));
-    }
-    // A computed column that fails in the third row alone. Room 2 is read by then, but a room is added only
-    // once the step to the next row has been made.
-    changeTables(
-        "UPDATE tbl_room SET info_version = -9223372036854775808 WHERE room_id = 3;"
-        "ALTER TABLE tbl_room ADD COLUMN broken AS (abs(info_version))");
-    std::vector<PelkoRoom> list = {roomOf(9, "held")};
-    EXPECT_FALSE(db().getRoomList(list));
-    expectFailureLogged("getRoomList", "integer overflow");
-    EXPECT_THAT(told(list), ElementsAre("9 held", "1 room"));
-}
-
-TEST_F(RoomsTest, RoomListWithoutAColumnFailsInTheFirstRow) {
-    stored(lobby());
-    changeTables("ALTER TABLE tbl_room RENAME COLUMN online_number TO present");
-    std::vector<PelkoRoom> list;
-    EXPECT_FALSE(db().getRoomList(list));
-    expectFailureLogged("getRoomList", HasSubstr("online_number"));
-    EXPECT_THAT(list, IsEmpty());
 }
 
 // ---- not ready and SQL failure

@@ -302,6 +302,13 @@ TEST_P(EachTable, IsNotMadeWhenNotReady) {
     EXPECT_THAT(statements(), IsEmpty());
 }
 
+TEST_P(EachTable, IsNotMadeWithAClosedConnection) {
+    Access::connection(db())->close();
+    EXPECT_FALSE(GetParam().create(db()));
+    expectNotReadyLogged(GetParam().operation);
+    EXPECT_THAT(statements(), IsEmpty());
+}
+
 TEST_P(EachTable, FailsUnderItsOwnNameWhileSetUpSucceeds) {
     const Table& table = GetParam();
     const std::string name = table.name;

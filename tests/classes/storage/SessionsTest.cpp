@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <climits>
+#include <deque>
 #include <list>
 #include <string>
 #include <vector>
@@ -190,6 +192,13 @@ TEST_F(SessionsTest, NullsReadAsZerosAndEmptyStrings) {
     EXPECT_EQ(sessions.back().target, PelkoRoom(0U));
 }
 
+TEST_F(SessionsTest, WithoutALastMessageIdTheMessageZeroIsFetched) {
+    execute("INSERT INTO tbl_session (target_type, target_id) VALUES (0, 'alice')");
+    load();
+    EXPECT_THAT(statements(),
+                ElementsAre("SELECT * FROM tbl_session", "SELECT * FROM tbl_msg WHERE db_id = 0"));
+}
+
 TEST_F(SessionsTest, AnyFlagButZeroIsPinned) {
     execute("INSERT INTO tbl_session VALUES (1, '1', 0, 0, 0), (1, '2', 0, 2, 0), (1, '3', 0, -1, 0)");
     const std::list<PelkoSession> sessions = load();
@@ -198,6 +207,35 @@ TEST_F(SessionsTest, AnyFlagButZeroIsPinned) {
         pinned.push_back(session.isTop);
     }
     EXPECT_THAT(pinned, ElementsAre(false, true, true));
+}
+
+TEST_F(SessionsTest, PinningIsReadFromTheLow32Bits) {
+    db().insertNewSession(sessionWith(alice, true, 4294967296));
+    db().insertNewSession(sessionWith(room, false, 4294967297));
+    const std::list<PelkoSession> sessions = load();
+    ASSERT_EQ(sessions.size(), 2U);
+    EXPECT_FALSE(sessions.front().isTop);
+    EXPECT_TRUE(sessions.back().isTop);
+}
+
+TEST_F(SessionsTest, TheReaderTakesTheColumnsInItsOwnOrder) {
+    // Tables that lack ever fewer columns name the first one that is missing. The two of the target are read
+    // for one call, in any order.
+    const std::vector<std::string> order = {"is_top", "priority", "last_msg_id", "target_"};
+    changeTables("DROP TABLE tbl_session");
+    std::string present = "1 AS other";
+    for (const std::string& column : order) {
+        SCOPED_TRACE(column);
+        changeTables("CREATE VIEW tbl_session AS SELECT " + present);
+        std::list<PelkoSession> sessions;
+        EXPECT_FALSE(db().loadSessionList(sessions));
+        expectFailureLogged("loadSessionList", HasSubstr(" " + column));
+        const bool lastMessageFetched = column == "target_";
+        EXPECT_EQ(statements().size(), lastMessageFetched ? 2U : 1U);
+        EXPECT_THAT(sessions, IsEmpty());
+        changeTables("DROP VIEW tbl_session");
+        present += ", 1 AS " + column;
+    }
 }
 
 TEST_F(SessionsTest, TargetsComeBackByKind) {
@@ -281,7 +319,8 @@ TEST_F(SessionsTest, SessionsAppendedBeforeAFailureStay) {
 TEST_F(SessionsTest, LoadLetsGoOfTheFile) {
     add(alice);
     load();
-    execute("DELETE FROM tbl_session");  // fails while a reader holds its lock
+    execute("DELETE FROM tbl_session");
+    EXPECT_EQ(value("PRAGMA wal_checkpoint(TRUNCATE)"), "0") << "busy while a reader holds what it read";
 }
 
 // ---- deleteSession
@@ -350,6 +389,58 @@ TEST_F(SessionsTest, UpdatesOfAnUnknownTargetAreFalseAndInsertNothing) {
     EXPECT_FALSE(db().markSessionIsTop(alice, true, 1));
     EXPECT_FALSE(db().updateSessionLastMsg(alice, 1));
     EXPECT_EQ(rows(allRows), before);
+    expectNothingLogged();
+}
+
+TEST_F(SessionsTest, AnyNumberIsSetAndTheSameAgainIsAChange) {
+    add(alice);
+    for (const s64 id : {0LL, -1LL, LLONG_MIN, LLONG_MAX, LLONG_MAX}) {
+        EXPECT_TRUE(db().updateSessionLastMsg(alice, id));
+        EXPECT_EQ(value("SELECT last_msg_id FROM tbl_session"), std::to_string(id));
+    }
+    for (const int priority : {INT_MIN, INT_MAX, INT_MAX}) {
+        EXPECT_TRUE(db().markSessionIsTop(alice, true, priority));
+        EXPECT_EQ(load().front().priority, priority);
+    }
+    expectNothingLogged();
+}
+
+// ---- with the messages
+
+TEST_F(SessionsTest, AnIncomingMessageIsStoredOnceCountedShownAndRead) {
+    const PelkoUser me("me");
+    PelkoMessage question = PelkoMessage::createTextMessage(me, alice, "how are you?");
+    question.date = 100;
+    ASSERT_TRUE(db().insertMessage(&question));
+    add(alice);
+
+    PelkoMessage answer = PelkoMessage::createTextMessage(alice, me, "well");
+    answer.id = 9;
+    answer.date = 200;
+    answer.status = PelkoMessageStatusUnread;
+    PelkoMessage secondDelivery = answer;
+    EXPECT_TRUE(db().insertMessage(&answer));
+    EXPECT_EQ(answer.dbID, 2);
+    EXPECT_TRUE(db().updateSessionLastMsg(alice, answer.dbID));
+    EXPECT_TRUE(db().insertMessage(&secondDelivery));
+    EXPECT_EQ(value("SELECT count(*) FROM tbl_msg"), "2");
+
+    EXPECT_EQ(db().getUnreadCountOfTarget(alice), 1U);
+    const PelkoMessage last = load().front().lastMsg;
+    EXPECT_EQ(last.id, 9);
+    EXPECT_EQ(last.text, "well");
+    EXPECT_EQ(last.status, PelkoMessageStatusUnread);
+    EXPECT_EQ(last.sender, alice);
+    EXPECT_EQ(last.receiver, me);
+
+    EXPECT_TRUE(db().clearUnreadStatus(alice));
+    EXPECT_EQ(db().getUnreadCountOfTarget(alice), 0U);
+    std::deque<PelkoMessage> page;
+    EXPECT_TRUE(db().getLatestMessages(alice, 20, page));
+    ASSERT_EQ(page.size(), 2U);
+    EXPECT_EQ(page.front().text, "how are you?");
+    EXPECT_EQ(page.back().text, "well");
+    EXPECT_EQ(page.back().status, PelkoMessageStatusRead);
     expectNothingLogged();
 }
 

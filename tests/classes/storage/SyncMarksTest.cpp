@@ -150,6 +150,27 @@ TEST_F(SyncMarksTest, AMarkWithoutTheTableFailsTwice) {
     EXPECT_THAT(statements(), IsEmpty());
 }
 
+TEST_F(SyncMarksTest, AMarkThatCannotBeReadIsInserted) {
+    changeTables(
+        "ALTER TABLE tbl_last_msg_id RENAME TO kept; INSERT INTO kept VALUES ('k', 5);"
+        "CREATE VIEW tbl_last_msg_id AS SELECT key, abs(-9223372036854775807 - 1) AS last_msg_id FROM kept;"
+        "CREATE TRIGGER i INSTEAD OF INSERT ON tbl_last_msg_id BEGIN"
+        " INSERT INTO kept VALUES (NEW.key || ' inserted', NEW.last_msg_id); END");
+    EXPECT_TRUE(db().updateLastMsgID("k", 100));
+    expectFailureLogged("getLastMsgID", "integer overflow");
+    EXPECT_THAT(rows("SELECT * FROM kept"), ElementsAre(Row{"k", "5"}, Row{"k inserted", "100"}));
+}
+
+TEST_F(SyncMarksTest, TheFirstOfSeveralMarksAndSettingsIsRead) {
+    changeTables(
+        "DROP TABLE tbl_last_msg_id; CREATE TABLE tbl_last_msg_id (key, last_msg_id);"
+        "INSERT INTO tbl_last_msg_id VALUES ('k', 5), ('k', 6);"
+        "DROP TABLE tbl_msg_config; CREATE TABLE tbl_msg_config (target_type, target_id, msg_config);"
+        "INSERT INTO tbl_msg_config VALUES (2, '7', 8), (2, '7', 9)");
+    EXPECT_EQ(db().getLastMsgID("k"), 5);
+    EXPECT_EQ(db().getMsgConfig(PelkoGroup(7)), 8);
+}
+
 TEST_F(SyncMarksTest, KeysWithAQuoteFailBothOperations) {
     execute("INSERT INTO tbl_last_msg_id VALUES ('x', 1), ('xy', 2), ('a''b', 3), ('it''s', 4), ('', 5)");
     const std::vector<Row> before = marks();
@@ -371,6 +392,27 @@ TEST_F(SyncMarksTest, ASettingWithoutTheTableFailsTwice) {
     expectLogged({"getMsgConfig failed, exception in (no such table: tbl_msg_config).",
                   "setMsgConfig failed, exception in (no such table: tbl_msg_config)."});
     EXPECT_THAT(statements(), IsEmpty());
+}
+
+TEST_F(SyncMarksTest, ASettingThatCannotBeReadIsInserted) {
+    changeTables(
+        "ALTER TABLE tbl_msg_config RENAME TO kept; INSERT INTO kept VALUES (2, '7', 3);"
+        "CREATE VIEW tbl_msg_config AS SELECT target_type, target_id,"
+        " abs(-9223372036854775807 - 1) AS msg_config FROM kept;"
+        "CREATE TRIGGER i INSTEAD OF INSERT ON tbl_msg_config BEGIN"
+        " INSERT INTO kept VALUES (NEW.target_type, NEW.target_id || ' inserted', NEW.msg_config); END");
+    EXPECT_TRUE(db().setMsgConfig(PelkoGroup(7), 5));
+    expectFailureLogged("getMsgConfig", "integer overflow");
+    EXPECT_THAT(rows("SELECT * FROM kept"), ElementsAre(Row{"2", "7", "3"}, Row{"2", "7 inserted", "5"}));
+}
+
+TEST_F(SyncMarksTest, ReadersLetGoOfTheFile) {
+    EXPECT_TRUE(db().updateLastMsgID("k", 100));
+    EXPECT_TRUE(db().setMsgConfig(PelkoGroup(7), 5));
+    EXPECT_EQ(db().getLastMsgID("k"), 100);
+    EXPECT_EQ(db().getMsgConfig(PelkoGroup(7)), 5);
+    execute("DELETE FROM tbl_last_msg_id");
+    EXPECT_EQ(value("PRAGMA wal_checkpoint(TRUNCATE)"), "0") << "busy while a reader holds what it read";
 }
 
 // ---- what all have in common

@@ -288,8 +288,18 @@ TEST_F(UnescapedValuesTest, QuoteInTheDataRootItselfIsTakenOffWithIt) {
 
 // ---- the logged-in user's name
 
-class UnescapedLoginName : public UnescapedValuesTest, public testing::WithParamInterface<PelkoChatTarget> {
+struct Peer {
+    const char* name;
+    PelkoChatTarget target;
+};
+
+void PrintTo(const Peer& peer, std::ostream* out) {
+    *out << peer.name;
+}
+
+class UnescapedLoginName : public UnescapedValuesTest, public testing::WithParamInterface<Peer> {
 protected:
+    static const PelkoChatTarget& peer() { return GetParam().target; }
     void logIn(const std::string& name) {
         LoginContext::getInstance()->setUserName(name);
         forget();
@@ -301,16 +311,16 @@ TEST_P(UnescapedLoginName, QuoteMakesEveryOperationFail) {
         SCOPED_TRACE(name);
         std::deque<PelkoMessage> out(1);
         logIn(name);
-        EXPECT_FALSE(db().getLatestMessages(GetParam(), 100, out));
+        EXPECT_FALSE(db().getLatestMessages(peer(), 100, out));
         expectRefused("getLatestMessages");
         logIn(name);
-        EXPECT_FALSE(db().getHistoryMessages(GetParam(), 5, 100, out));
+        EXPECT_FALSE(db().getHistoryMessages(peer(), 5, 100, out));
         expectRefused("getHistoryMessages");
         logIn(name);
-        EXPECT_FALSE(db().clearUnreadStatus(GetParam()));
+        EXPECT_FALSE(db().clearUnreadStatus(peer()));
         expectRefused("clearUnreadStatus");
         logIn(name);
-        EXPECT_EQ(db().getUnreadCountOfTarget(GetParam()), 0U);
+        EXPECT_EQ(db().getUnreadCountOfTarget(peer()), 0U);
         expectRefused("queryCount");
         EXPECT_EQ(out.size(), 1U);
         EXPECT_THAT(statements(), IsEmpty());
@@ -320,32 +330,30 @@ TEST_P(UnescapedLoginName, QuoteMakesEveryOperationFail) {
 TEST_P(UnescapedLoginName, NamesWithoutAQuoteWorkByteForByte) {
     for (const std::string& name : valuesWithoutQuotes()) {
         SCOPED_TRACE(name.substr(0, 50));
-        PelkoMessage message = PelkoMessage::createTextMessage(GetParam(), PelkoUser(name), "for me alone");
+        PelkoMessage message = PelkoMessage::createTextMessage(peer(), PelkoUser(name), "for me alone");
         message.status = PelkoMessageStatusUnread;
         message.date = 2;
         ASSERT_TRUE(db().insertMessage(&message));
         logIn(name);
         std::deque<PelkoMessage> page;
-        EXPECT_TRUE(db().getLatestMessages(GetParam(), 100, page));
+        EXPECT_TRUE(db().getLatestMessages(peer(), 100, page));
         ASSERT_EQ(page.size(), 1U);
         EXPECT_EQ(page.front().dbID, message.dbID);
         EXPECT_THAT(statements(), ElementsAre(HasSubstr("sender_id = '" + name + "') OR")));
-        EXPECT_TRUE(db().getHistoryMessages(GetParam(), message.dbID, 100, page));
+        EXPECT_TRUE(db().getHistoryMessages(peer(), message.dbID, 100, page));
         EXPECT_EQ(page.size(), 1U);
-        EXPECT_EQ(db().getUnreadCountOfTarget(GetParam()), 1U);
-        EXPECT_TRUE(db().clearUnreadStatus(GetParam()));
-        EXPECT_EQ(db().getUnreadCountOfTarget(GetParam()), 0U);
+        EXPECT_EQ(db().getUnreadCountOfTarget(peer()), 1U);
+        EXPECT_TRUE(db().clearUnreadStatus(peer()));
+        EXPECT_EQ(db().getUnreadCountOfTarget(peer()), 0U);
         expectNothingLogged();
     }
     EXPECT_EQ(value("SELECT count(*) FROM tbl_msg WHERE status = 1"), "5");  // all but the messages read here
 }
 
 INSTANTIATE_TEST_SUITE_P(All, UnescapedLoginName,
-                         testing::Values(PelkoChatTarget("alice"),
-                                         PelkoChatTarget(9, PelkoChatTargetTypeCustomerService)),
-                         [](const testing::TestParamInfo<PelkoChatTarget>& target) {
-                             return target.param.type == PelkoChatTargetTypeUser ? "User" : "CustomerService";
-                         });
+                         testing::Values(Peer{"User", PelkoUser("alice")},
+                                         Peer{"CustomerService", PelkoCustomerService(9U)}),
+                         [](const testing::TestParamInfo<Peer>& peer) { return peer.param.name; });
 
 TEST_F(UnescapedValuesTest, LoginNameDoesNotMatterInRoomsAndGroups) {
     LoginContext::getInstance()->setUserName("o'brien");

@@ -1,9 +1,7 @@
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "classes/storage/PelkoDBManager.h"
-#include "tests/support/StoreTest.h"
+#include "tests/classes/storage/UsersTest.h"
 
 using namespace pelkoapi;
 using namespace pelkotest;
@@ -13,13 +11,6 @@ using testing::IsEmpty;
 
 namespace {
 
-using Users = std::vector<PelkoUser>;
-
-constexpr char lookupOfAnn[] = "SELECT * FROM tbl_user WHERE username = 'ann'";
-constexpr char versionOfAnn[] = "SELECT info_version FROM tbl_user WHERE username = 'ann'";
-constexpr char friendshipOfAnn[] =
-    "SELECT * FROM tbl_relationship WHERE username = 'ann' AND block_state = 0";
-constexpr char blockingOfAnn[] = "SELECT * FROM tbl_relationship WHERE username = 'ann' AND block_state = 1";
 constexpr char insertOfAnn[] =
     "INSERT INTO tbl_user (username, nickname, icon_url, icon_path, ex_icon_path, info, gender, "
     "info_version) "
@@ -34,57 +25,7 @@ const char* const quoted[] = {"'",
                               "'; DROP TABLE tbl_user; --",
                               "x', '', '', '', 0, 0), ('z', '', '', '', '', '', 0, 0); --"};
 
-PelkoUser ann() {
-    PelkoUser user("ann");
-    user.nickname = "Annie";
-    user.icon.url = "http://a/i";
-    user.icon.path = "/app/icons/a.png";
-    user.icon.pathEx = "/elsewhere/b.png";
-    user.info = "says hi";
-    user.gender = PelkoUserGenderFemale;
-    return user;
-}
-
 const Row annsRow = {"ann", "Annie", "http://a/i", "icons/a.png", "/elsewhere/b.png", "says hi", "1", "7"};
-
-using Fields = std::vector<std::string>;
-
-/// What is filled of a user.
-Fields fieldsOf(const PelkoUser& user) {
-    const PelkoMedia& icon = user.icon;
-    const std::string gender = std::to_string(user.gender);
-    const std::string detail = user.hasGotDetail ? "detail" : "";
-    return {user.name, user.nickname, icon.url, icon.path, icon.pathEx, user.info, gender, detail};
-}
-
-const Fields annsFields = {"ann",     "Annie", "http://a/i", "/app/icons/a.png", "/elsewhere/b.png",
-                           "says hi", "1",     "detail"};
-
-/// A record with only the name.
-void expectBare(const PelkoUser& user, const std::string& name) {
-    EXPECT_THAT(fieldsOf(user), ElementsAre(name, "", "", "", "", "", "0", ""));
-    EXPECT_EQ(user.type, PelkoChatTargetTypeUser);
-}
-
-class UsersTest : public StoreTest {
-protected:
-    bool store(PelkoUser user, uint version) { return db().insertOrUpdateUser(user, version); }
-    PelkoUser read(std::string name) { return db().getBaseUserInfo(name); }
-    bool exists(std::string name) { return db().userExist(name); }
-    bool remove(std::string name) { return db().deleteUser(name); }
-
-    /// ann's profile, stored past the store.
-    void givenAnn() {
-        execute(
-            "INSERT INTO tbl_user VALUES ('ann', 'Annie', 'http://a/i', 'icons/a.png', "
-            "'/elsewhere/b.png', 'says hi', 1, 7)");
-    }
-    void givenRelation(const std::string& name, const char* relation) {
-        execute("INSERT INTO tbl_relationship VALUES ('" + db().transStringQuote(name) + "', " + relation +
-                ")");
-    }
-    std::vector<Row> table() const { return rows("SELECT * FROM tbl_user ORDER BY rowid"); }
-};
 
 // ---- storing
 
@@ -186,6 +127,19 @@ TEST_F(UsersTest, StoringWithoutTheTableFailsTwice) {
     expectLogged({"checkIfRecordExist failed, exception in (no such table: tbl_user).",
                   "insertOrUpdateUser failed, exception in (no such table: tbl_user)."});
     EXPECT_THAT(statements(), IsEmpty());
+}
+
+TEST_F(UsersTest, StoringLeavesTheCallersRecordAndTheListsAsTheyAre) {
+    PelkoUser user = ann();
+    user.nickname = "O'Ann";
+    user.isFriend = true;
+    user.isBlocked = true;
+    for (int time = 0; time < 2; ++time) {  // inserted, then updated
+        EXPECT_TRUE(db().insertOrUpdateUser(user, 7));
+        EXPECT_THAT(fieldsOf(user), ElementsAre("ann", "O'Ann", "http://a/i", "/app/icons/a.png",
+                                                "/elsewhere/b.png", "says hi", "1", ""));
+    }
+    EXPECT_EQ(value("SELECT count(*) FROM tbl_relationship"), "0");
 }
 
 // ---- what texts may hold
@@ -315,126 +269,6 @@ TEST_F(UsersTest, OtherNamesAreFoundByteForByte) {
     expectNothingLogged();
 }
 
-// ---- reading one user
-
-TEST_F(UsersTest, AStoredUserIsRead) {
-    givenAnn();
-    givenRelation("ann", "0");
-    givenRelation("ann", "1");
-    const PelkoUser user = read("ann");
-    EXPECT_EQ(fieldsOf(user), annsFields);
-    EXPECT_EQ(user.type, PelkoChatTargetTypeUser);
-    EXPECT_FALSE(user.isFriend);  // not looked up
-    EXPECT_FALSE(user.isBlocked);
-    EXPECT_THAT(statements(), ElementsAre(lookupOfAnn, versionOfAnn));
-    expectNothingLogged();
-}
-
-TEST_F(UsersTest, AnUnknownUserIsABareRecord) {
-    givenAnn();
-    expectBare(read("zoe"), "zoe");
-    EXPECT_THAT(statements(), ElementsAre("SELECT * FROM tbl_user WHERE username = 'zoe'"));
-    expectNothingLogged();
-}
-
-TEST_F(UsersTest, NullColumnsAreReadAsDefaults) {
-    execute("INSERT INTO tbl_user (username) VALUES ('ann')");
-    expectBare(read("ann"), "ann");
-    expectNothingLogged();
-}
-
-TEST_F(UsersTest, DetailIsKnownExactlyWithANonZeroVersion) {
-    for (const char* const version : {"0", "NULL", "1", "7", "-1"}) {
-        SCOPED_TRACE(version);
-        execute(std::string(
-                    "DELETE FROM tbl_user; INSERT INTO tbl_user (username, info_version) VALUES ('ann', ") +
-                version + ")");
-        EXPECT_EQ(read("ann").hasGotDetail, *version != '0' && *version != 'N');
-    }
-}
-
-TEST_F(UsersTest, OnlyTheFirstRowIsRead) {
-    changeTables(
-        "DROP TABLE tbl_user; CREATE TABLE tbl_user (username, nickname, icon_url, icon_path, "
-        "ex_icon_path, info, gender, info_version);"
-        "INSERT INTO tbl_user (username, nickname) VALUES ('ann', 'first'), ('ann', 'second')");
-    EXPECT_EQ(read("ann").nickname, "first");
-    EXPECT_THAT(statements(), ElementsAre(lookupOfAnn, versionOfAnn));
-}
-
-TEST_F(UsersTest, FieldsReadBeforeAFailureStay) {
-    // Tables that lack ever fewer columns show the order in which they are read.
-    const std::vector<std::string> columns = {"icon_url", "icon_path", "ex_icon_path",
-                                              "info",     "nickname",  "gender"};
-    std::string present = "'ann' AS username, 1 AS info_version";
-    changeTables("DROP TABLE tbl_user");
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-        SCOPED_TRACE(columns[i]);
-        changeTables("CREATE VIEW tbl_user AS SELECT " + present);
-        const PelkoUser user = read("ann");
-        expectFailureLogged("getBaseUserInfo", testing::EndsWith(columns[i]));
-        EXPECT_THAT(fieldsOf(user), ElementsAre("ann", i > 4 ? "5" : "", i > 0 ? "/1" : "", i > 1 ? "/2" : "",
-                                                i > 2 ? "/3" : "", i > 3 ? "/4" : "", "0", ""));
-        changeTables("DROP VIEW tbl_user");
-        present += ", '" + std::string(i < 4 ? "/" : "") + std::to_string(i + 1) + "' AS " + columns[i];
-    }
-}
-
-TEST_F(UsersTest, AVersionThatCannotBeReadMeansNoDetail) {
-    givenAnn();
-    changeTables("ALTER TABLE tbl_user RENAME COLUMN info_version TO other");
-    const PelkoUser user = read("ann");
-    expectFailureLogged("getTargetInfoVersion", "no such column: info_version");
-    EXPECT_EQ(user.nickname, "Annie");
-    EXPECT_FALSE(user.hasGotDetail);
-}
-
-TEST_F(UsersTest, UserInfoAddsBothRelations) {
-    givenAnn();
-    EXPECT_EQ(db().getUserInfo("ann").nickname, "Annie");
-    EXPECT_THAT(statements(), ElementsAre(lookupOfAnn, versionOfAnn, friendshipOfAnn, blockingOfAnn));
-    const auto flags = [&](const char* name) {
-        const PelkoUser user = db().getUserInfo(name);
-        return std::make_pair(user.isFriend, user.isBlocked);
-    };
-    EXPECT_EQ(flags("ann"), std::make_pair(false, false));
-    givenRelation("ann", "0");
-    EXPECT_EQ(flags("ann"), std::make_pair(true, false));
-    givenRelation("ann", "1");
-    EXPECT_EQ(flags("ann"), std::make_pair(true, true));
-    givenRelation("zoe", "1");
-    EXPECT_EQ(flags("zoe"), std::make_pair(false, true));
-    expectBare(db().getUserInfo("zoe"), "zoe");
-    expectNothingLogged();
-}
-
-TEST_F(UsersTest, UserInfoOfANameWithAQuoteHasNoRelations) {
-    givenRelation("x", "0");
-    givenRelation("x' OR '1'='1", "1");
-    const PelkoUser user = db().getUserInfo("x' OR '1'='1");
-    expectBare(user, "x' OR '1'='1");
-    EXPECT_FALSE(user.isFriend);
-    EXPECT_FALSE(user.isBlocked);
-    EXPECT_EQ(platform().file.size(), 3U);
-    EXPECT_THAT(statements(), IsEmpty());
-}
-
-TEST_F(UsersTest, UserInfoNotReadyLogsTheOperationsThatItCalls) {
-    close();
-    expectBare(db().getUserInfo("ann"), "ann");
-    expectLogged({"db is not ready(getBaseUserInfo", "db is not ready(hasRelationship",
-                  "db is not ready(hasRelationship"});
-    EXPECT_THAT(statements(), IsEmpty());
-}
-
-TEST_F(UsersTest, UserInfoWithoutTablesIsBare) {
-    changeTables("DROP TABLE tbl_user; DROP TABLE tbl_relationship");
-    expectBare(db().getUserInfo("ann"), "ann");
-    expectLogged({"getBaseUserInfo failed, exception in (no such table: tbl_user).",
-                  "checkIfRecordExist failed, exception in (no such table: tbl_relationship).",
-                  "checkIfRecordExist failed, exception in (no such table: tbl_relationship)."});
-}
-
 // ---- existence and deletion
 
 TEST_F(UsersTest, UserExistLooksTheNameUp) {
@@ -511,151 +345,5 @@ TEST_F(UsersTest, SingleStatementsFailWithoutTheTable) {
     EXPECT_EQ(db().getTargetInfoVersion(ann()), 0U);
     expectFailure("getTargetInfoVersion");
 }
-
-// ---- the friend and block lists as full users
-
-/// One of the two lists. Its own flag is known from the list, the other one is looked up.
-struct UserList {
-    const char* name;  ///< of the operation
-    const char* number;
-    const char* otherNumber;
-    bool (PelkoDBManager::*get)(Users&);
-    bool PelkoUser::*flag;
-    bool PelkoUser::*otherFlag;
-};
-
-void PrintTo(const UserList& list, std::ostream* out) {
-    *out << list.name;
-}
-
-class UserListTest : public UsersTest, public testing::WithParamInterface<UserList> {
-protected:
-    bool get(Users& users) { return (db().*GetParam().get)(users); }
-    void given(const std::string& name) { givenRelation(name, GetParam().number); }
-    static std::string namesQuery() {
-        return std::string("SELECT * FROM tbl_relationship WHERE block_state = ") + GetParam().number +
-               " ORDER BY rowid asc";
-    }
-    static std::string otherLookupOf(const std::string& name) {
-        return "SELECT * FROM tbl_relationship WHERE username = '" + name +
-               "' AND block_state = " + GetParam().otherNumber;
-    }
-};
-
-TEST_P(UserListTest, ListsFullUsersInTheOrderOfInsertion) {
-    given("zoe");
-    given("ann");
-    givenRelation("bob", GetParam().otherNumber);
-    givenRelation("ann", GetParam().otherNumber);
-    givenAnn();
-    Users users;
-    EXPECT_TRUE(get(users));
-    EXPECT_THAT(statements(),
-                ElementsAre(namesQuery(), "SELECT * FROM tbl_user WHERE username = 'zoe'",
-                            otherLookupOf("zoe"), lookupOfAnn, versionOfAnn, otherLookupOf("ann")));
-    ASSERT_EQ(users.size(), 2U);
-    expectBare(users[0], "zoe");
-    EXPECT_TRUE(users[0].*GetParam().flag);
-    EXPECT_FALSE(users[0].*GetParam().otherFlag);
-    EXPECT_EQ(fieldsOf(users[1]), annsFields);
-    EXPECT_TRUE(users[1].isFriend);
-    EXPECT_TRUE(users[1].isBlocked);
-    expectNothingLogged();
-}
-
-TEST_P(UserListTest, ReplacesWhatTheCallerHolds) {
-    given("ann");
-    Users users = {PelkoUser("old"), PelkoUser("older")};
-    EXPECT_TRUE(get(users));
-    EXPECT_THAT(users, ElementsAre(PelkoUser("ann")));
-    execute("DELETE FROM tbl_relationship");
-    forget();
-    EXPECT_TRUE(get(users));
-    EXPECT_THAT(users, IsEmpty());
-    EXPECT_THAT(statements(), ElementsAre(namesQuery()));
-    expectNothingLogged();
-}
-
-TEST_P(UserListTest, NotReadyLeavesTheListUntouched) {
-    for (const bool held : {true, false}) {
-        held ? PelkoDBManagerTestAccess::connection(db())->close() : close();
-        forget();
-        Users users = {PelkoUser("old")};
-        EXPECT_FALSE(get(users));
-        EXPECT_THAT(users, ElementsAre(PelkoUser("old")));
-        expectNotReadyLogged(GetParam().name);
-        EXPECT_THAT(statements(), IsEmpty());
-    }
-}
-
-TEST_P(UserListTest, WithoutRelationshipsIsEmptyAndTrue) {
-    changeTables("DROP TABLE tbl_relationship");
-    Users users = {PelkoUser("old")};
-    EXPECT_TRUE(get(users));
-    EXPECT_THAT(users, IsEmpty());
-    expectFailureLogged("getRelationUsernames", "no such table: tbl_relationship");
-}
-
-TEST_P(UserListTest, WithoutProfilesListsBareRecords) {
-    given("ann");
-    given("bob");
-    changeTables("DROP TABLE tbl_user");
-    Users users;
-    EXPECT_TRUE(get(users));
-    ASSERT_EQ(users.size(), 2U);
-    expectBare(users[0], "ann");
-    expectBare(users[1], "bob");
-    EXPECT_TRUE(users[1].*GetParam().flag);
-    expectLogged({"getBaseUserInfo failed, exception in (no such table: tbl_user).",
-                  "getBaseUserInfo failed, exception in (no such table: tbl_user)."});
-}
-
-TEST_P(UserListTest, NamesWithAQuoteAreBareAndNotOnTheOtherList) {
-    const std::string name = "x' OR '1'='1";
-    given(name);
-    givenRelation(name, GetParam().otherNumber);
-    execute("INSERT INTO tbl_user (username, nickname) VALUES ('x', 'X')");
-    Users users;
-    EXPECT_TRUE(get(users));
-    ASSERT_EQ(users.size(), 1U);
-    expectBare(users[0], name);
-    EXPECT_TRUE(users[0].*GetParam().flag);
-    EXPECT_FALSE(users[0].*GetParam().otherFlag);
-    EXPECT_THAT(statements(), ElementsAre(namesQuery()));
-    ASSERT_EQ(platform().file.size(), 2U);
-    EXPECT_THAT(platform().file[0], testing::StartsWith("getBaseUserInfo failed, exception in ("));
-    EXPECT_THAT(platform().file[1], testing::StartsWith("checkIfRecordExist failed, exception in ("));
-}
-
-TEST_P(UserListTest, AThousandUsersTakeThreeStatementsEachAndOneMore) {
-    execute(std::string("WITH RECURSIVE n(i) AS (SELECT 1000 UNION ALL SELECT i - 1 FROM n WHERE i > 1) "
-                        "INSERT INTO tbl_relationship SELECT 'user ' || i, ") +
-            GetParam().number + " FROM n");
-    Users users;
-    EXPECT_TRUE(get(users));
-    EXPECT_EQ(users.size(), 1000U);
-    EXPECT_EQ(statements().size(), 1U + 2 * 1000);  // without a profile, there is no version to ask for
-
-    execute(
-        "INSERT INTO tbl_user (username, nickname, info_version) "
-        "SELECT username, upper(username), 1 FROM tbl_relationship");
-    forget();
-    EXPECT_TRUE(get(users));
-    EXPECT_EQ(statements().size(), 1U + 3 * 1000);
-    ASSERT_EQ(users.size(), 1000U);
-    for (std::size_t i = 0; i < users.size(); ++i) {
-        const std::string number = std::to_string(1000 - i);
-        EXPECT_THAT(fieldsOf(users[i]),
-                    ElementsAre("user " + number, "USER " + number, "", "", "", "", "0", "detail"));
-    }
-    expectNothingLogged();
-}
-
-INSTANTIATE_TEST_SUITE_P(Both, UserListTest,
-                         testing::Values(UserList{"getFriendList", "0", "1", &PelkoDBManager::getFriendList,
-                                                  &PelkoUser::isFriend, &PelkoUser::isBlocked},
-                                         UserList{"getBlockList", "1", "0", &PelkoDBManager::getBlockList,
-                                                  &PelkoUser::isBlocked, &PelkoUser::isFriend}),
-                         [](const auto& list) { return list.param.name; });
 
 }  // namespace
