@@ -270,7 +270,8 @@ const char* CppSQLite3Query::getStringField(int column, const char* nullValue) c
     if (text != nullptr) {
         return reinterpret_cast<const char*>(text);
     }
-    // A value that could not be made a text, because memory ran out, may read as NULL from then on.
+    // A value that could not be made a text, because memory ran out, may read as NULL from then on. After a
+    // step the code is SQLITE_ROW: this one is of the conversion, or of another statement run since the step.
     if (!isNull(column) || sqlite3_errcode(mpDB) == SQLITE_NOMEM) {
         throw CppSQLite3Exception(SQLITE_NOMEM, sqlite3_errstr(SQLITE_NOMEM), false);
     }
@@ -308,13 +309,13 @@ void CppSQLite3DB::open(const char* path) {
     }
     try {
         openFile(path);
-        // A connection without one of these would promise what it does not keep.
+        // A connection without one of these would promise what it does not keep. What was reported stored
+        // survives a power cut: EXTRA also where there is no write-ahead log, and the removal of the journal
+        // is the commit; on Apple devices, where fsync alone does not reach the medium, by a full one.
         for (const char* const setting : {
-                 "PRAGMA synchronous = FULL",            // what was reported stored survives a power cut,
-                 "PRAGMA fullfsync = 1",                 // on Apple devices too, where fsync alone does not
-                 "PRAGMA checkpoint_fullfsync = 1",      // reach the medium
+                 "PRAGMA synchronous = EXTRA", "PRAGMA fullfsync = 1", "PRAGMA checkpoint_fullfsync = 1",
                  "PRAGMA journal_size_limit = 4194304",  // of the log after a large transaction, in bytes
-                 "PRAGMA secure_delete = 1",             // what was deleted is overwritten
+                 "PRAGMA secure_delete = 1",             // what is deleted is overwritten where it lies
              }) {
             execQuery(setting);
         }
@@ -352,17 +353,29 @@ void CppSQLite3DB::openHandle(const char* path, int flags) {
 
 void CppSQLite3DB::trustNothing() {
     // The file may come from a damaged medium, or from somebody who wants its reader to run his code.
-    sqlite3_db_config(mpDB, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);       // no way to break the file by SQL
-    sqlite3_db_config(mpDB, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);  // its expressions have no effects
-    sqlite3_db_config(mpDB, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);  // the store has none: any that
-    sqlite3_db_config(mpDB, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);     // are there are somebody else's
-    sqlite3_db_config(mpDB, SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0, nullptr);  // no foreign code
+    struct Setting {
+        int option;
+        int value;
+    };
+    for (const Setting setting : {
+             Setting{SQLITE_DBCONFIG_DEFENSIVE, 1},       // no way to break the file by SQL
+             Setting{SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0},  // its expressions call nothing that has effects
+             Setting{SQLITE_DBCONFIG_ENABLE_TRIGGER, 0},  // the store has none: any that are there are
+             Setting{SQLITE_DBCONFIG_ENABLE_VIEW, 0},     // somebody else's
+             Setting{SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0},
+         }) {
+        const int result = sqlite3_db_config(mpDB, setting.option, setting.value, nullptr);
+        if (result != SQLITE_OK) {
+            throwError(mpDB, result);
+        }
+    }
     sqlite3_drop_modules(mpDB, nullptr);            // no virtual table in the place of one of the store's
     sqlite3_limit(mpDB, SQLITE_LIMIT_ATTACHED, 0);  // no other file than this one
     // A length field of a damaged row must not claim the memory of the phone.
     sqlite3_limit(mpDB, SQLITE_LIMIT_LENGTH, maxLength);
     sqlite3_limit(mpDB, SQLITE_LIMIT_SQL_LENGTH, maxLength);
     execQuery("PRAGMA cell_size_check = 1");  // damaged pages are found when they are read
+    execQuery("PRAGMA mmap_size = 0");        // a file that is cut short under a mapping ends the process
 }
 
 void CppSQLite3DB::readSchema() {

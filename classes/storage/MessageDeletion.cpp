@@ -25,8 +25,7 @@ bool PelkoDBManager::clearMessages(const PelkoChatTarget& target) {
     if (!checkReady("clearMessages")) {
         return false;
     }
-    // The condition is made twice: FileUtil is the client's, and may know of another logged-in user
-    // afterwards.
+    // The condition is made twice: while the client's FileUtil removes files, another user may log in.
     removeMessageFiles("clearMessages", conditionSqlWithTarget(target));
     return execSucceeds("clearMessages",
                         StringFormatUtil::string_format("DELETE FROM %s WHERE %s", sql::tblMsg,

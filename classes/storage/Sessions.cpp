@@ -34,17 +34,18 @@ bool PelkoDBManager::loadSessionList(std::list<PelkoSession>& sessions) {
         };
         try {
             while (!query.eof()) {
-                Row row;
-                row.session.isTop = query.getIntField(sql::isTop, 0) != 0;
-                row.session.priority = query.getIntField(sql::priority, 0);
+                const bool isTop = query.getIntField(sql::isTop, 0) != 0;
+                const int priority = query.getIntField(sql::priority, 0);
                 // Read as 32 bits and widened, as every client of the format does.
-                row.lastMsgId = query.getIntField(sql::lastMsgId, 0);
-                rows.push_back(row);
-                PelkoChatTarget& target = rows.back().session.target;
+                const s64 lastMsgId = query.getIntField(sql::lastMsgId, 0);
+                Row& row = rows.emplace_back();
+                row.lastMsgId = lastMsgId;
+                row.session.isTop = isTop;
+                row.session.priority = priority;
                 const auto type = static_cast<PelkoChatTargetType>(query.getIntField(sql::targetType, 0));
-                target = targetFromTypeAndID(type, query.getStringField(sql::targetId, ""));
+                row.session.target = targetFromTypeAndID(type, query.getStringField(sql::targetId, ""));
                 query.nextRow();
-                rows.back().complete = true;
+                row.complete = true;
             }
         } catch (const CppSQLite3Exception&) {
             appendSessions();

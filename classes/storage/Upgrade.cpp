@@ -20,9 +20,9 @@ namespace {
 /// starts.
 class RowsMet {
 public:
-    /// @throws CppSQLite3Exception when the row has been met before
+    /// @throws CppSQLite3Exception when more rows have come again than there are
     s64 meet(s64 dbID) {
-        if (!mIds.insert(dbID).second) {
+        if (!mIds.insert(dbID).second && ++mAgain > mIds.size()) {
             throw CppSQLite3Exception(SQLITE_CORRUPT, sqlite3_errstr(SQLITE_CORRUPT), false);
         }
         return dbID;
@@ -30,6 +30,7 @@ public:
 
 private:
     std::set<s64> mIds;
+    std::size_t mAgain = 0;  // a table that somebody else made may hold an id twice
 };
 
 }  // namespace

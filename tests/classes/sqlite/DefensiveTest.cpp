@@ -158,6 +158,10 @@ TEST_F(DefensiveTest, PagesAreCheckedAsTheyAreRead) {
     EXPECT_EQ(number("PRAGMA cell_size_check"), 1);
 }
 
+TEST_F(DefensiveTest, NoFileIsMapped) {
+    EXPECT_EQ(number("PRAGMA mmap_size"), 0);
+}
+
 TEST_F(DefensiveTest, WhatIsDeletedIsOverwritten) {
     EXPECT_EQ(number("PRAGMA secure_delete"), 1);
 }

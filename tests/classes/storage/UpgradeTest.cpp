@@ -285,4 +285,16 @@ TEST_F(UpgradeTest, ARowThatCannotBeChangedIsReportedByTheStatusUpdateAndTheNext
     EXPECT_EQ(status(4), "5");
 }
 
+TEST_F(UpgradeTest, RowsThatShareAnIdAreNoReasonToStop) {
+    changeTables(
+        "DROP TABLE tbl_msg; CREATE TABLE tbl_msg (db_id integer, type integer, media_status integer, status "
+        "integer, media_path text, ex_media_path text);"
+        "INSERT INTO tbl_msg VALUES (1, 2, 1, 3, '', ''), (1, 2, 1, 3, '', ''), (NULL, 2, 1, 3, '', ''), "
+        "(2, 2, 1, 3, '', '')");
+    upgrade();
+    expectNothingLogged();
+    EXPECT_EQ(rows("SELECT media_status, status FROM tbl_msg WHERE db_id > 0"),
+              (std::vector<Row>{{"3", "5"}, {"3", "5"}, {"3", "5"}}));
+}
+
 }  // namespace
