@@ -32,6 +32,8 @@ TEST(TextFieldTest, TextStaysWhileTheOtherColumnsOfItsRowAreRead) {
         query.nextRow();
     }
     EXPECT_TRUE(query.eof());
+    EXPECT_STREQ(query.getStringField(0, "none"), "none");
+    EXPECT_STREQ(query.getStringField("first", "none"), "none");
 }
 
 }  // namespace
