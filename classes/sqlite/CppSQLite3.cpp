@@ -8,13 +8,11 @@
 #include <string>
 #include <utility>
 
+#include "classes/sqlite/UntrustedFile.h"
+
 namespace pelkoapi {
 
 namespace {
-
-// The longest row and the longest statement, in bytes: messages of several megabytes, and lists of a million
-// row ids.
-constexpr int maxLength = 128 * 1024 * 1024;
 
 struct StatementFinalizer {
     void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
@@ -348,34 +346,9 @@ void CppSQLite3DB::openHandle(const char* path, int flags) {
     if (result != SQLITE_OK) {
         throwError(mpDB, result);
     }
-    trustNothing();
-}
-
-void CppSQLite3DB::trustNothing() {
-    // The file may come from a damaged medium, or from somebody who wants its reader to run his code.
-    struct Setting {
-        int option;
-        int value;
-    };
-    for (const Setting setting : {
-             Setting{SQLITE_DBCONFIG_DEFENSIVE, 1},       // no way to break the file by SQL
-             Setting{SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0},  // its expressions call nothing that has effects
-             Setting{SQLITE_DBCONFIG_ENABLE_TRIGGER, 0},  // the store has none: any that are there are
-             Setting{SQLITE_DBCONFIG_ENABLE_VIEW, 0},     // somebody else's
-             Setting{SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0},
-         }) {
-        const int result = sqlite3_db_config(mpDB, setting.option, setting.value, nullptr);
-        if (result != SQLITE_OK) {
-            throwError(mpDB, result);
-        }
+    if (const int refused = trustNothing(mpDB); refused != SQLITE_OK) {
+        throwError(mpDB, refused);
     }
-    sqlite3_drop_modules(mpDB, nullptr);            // no virtual table in the place of one of the store's
-    sqlite3_limit(mpDB, SQLITE_LIMIT_ATTACHED, 0);  // no other file than this one
-    // A length field of a damaged row must not claim the memory of the phone.
-    sqlite3_limit(mpDB, SQLITE_LIMIT_LENGTH, maxLength);
-    sqlite3_limit(mpDB, SQLITE_LIMIT_SQL_LENGTH, maxLength);
-    execQuery("PRAGMA cell_size_check = 1");  // damaged pages are found when they are read
-    execQuery("PRAGMA mmap_size = 0");        // a file that is cut short under a mapping ends the process
 }
 
 void CppSQLite3DB::readSchema() {
@@ -394,13 +367,8 @@ bool CppSQLite3DB::reopenReadOnly(const char* path) {
     if (files->xAccess(files, log.c_str(), SQLITE_ACCESS_EXISTS, &found) != SQLITE_OK || found != 0) {
         return false;
     }
-    std::string uri = "file:";
-    for (const char* c = path; *c != '\0'; ++c) {
-        const bool special = *c == '%' || *c == '?' || *c == '#';
-        uri += special ? (*c == '%' ? "%25" : *c == '?' ? "%3f" : "%23") : std::string(1, *c);
-    }
     try {
-        openHandle((uri + "?immutable=1").c_str(), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+        openHandle(fileUri(path, "immutable=1").c_str(), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
         readSchema();
         return true;
     } catch (const CppSQLite3Exception&) {

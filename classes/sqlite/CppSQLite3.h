@@ -127,7 +127,6 @@ public:
 private:
     void openFile(const char* path);
     void openHandle(const char* path, int flags);
-    void trustNothing();
     void readSchema();
     bool reopenReadOnly(const char* path);
     void tryWriteAheadLog();
