@@ -11,6 +11,7 @@ struct GlobalOptions {
     std::string dataDir;  ///< empty when none was given
     bool dataDirGiven = false;
     std::string user = "me";
+    bool userGiven = false;
 };
 
 /// Whose store is meant, and where it lies.

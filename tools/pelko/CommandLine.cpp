@@ -45,7 +45,14 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
            },
            "Folder of all accounts' data (default: pelko in $XDG_DATA_HOME or ~/.local/share)")
         ->type_name("DIR");
-    app.add_option("--user", options.user, "The account (default: me)")->type_name("NAME");
+    app.add_option_function<std::string>(
+           "--user",
+           [&options](const std::string& name) {
+               options.user = name;
+               options.userGiven = true;
+           },
+           "The account (default: me)")
+        ->type_name("NAME");
     app.set_version_flag("--version", "pelko " PELKO_VERSION, "Print the version");
 }
 
@@ -81,6 +88,7 @@ void run(int argc, const char* const* argv) {
     addReplayCommands(app, options);
     addMessageCommands(app, options);
     addDeleteCommand(app, options);
+    addSearchCommand(app, options);
     addConversationCommands(app, options);
     addUnreadCommands(app, options);
     addPinCommands(app, options);

@@ -31,6 +31,7 @@ void addRoomCommands(CLI::App& app, const GlobalOptions& global);          // ro
 void addGroupCommands(CLI::App& app, const GlobalOptions& global);         // groups
 void addNotificationCommands(CLI::App& app, const GlobalOptions& global);  // notifications
 void addSettingCommands(CLI::App& app, const GlobalOptions& global);       // setting, mute, unmute, mark
+void addSearchCommand(CLI::App& app, const GlobalOptions& global);         // search
 
 }  // namespace pelkotool
 

@@ -27,13 +27,21 @@ std::string senderText(const PelkoMessage& message) {
     return message.sender.name.empty() ? targetText(message.sender) : message.sender.name;
 }
 
+std::optional<std::string_view> actionIn(std::string_view text) {
+    constexpr std::string_view command = "/me";
+    if (text.substr(0, command.size()) != command) {
+        return std::nullopt;
+    }
+    text.remove_prefix(command.size());
+    return text.empty() || text.front() == ' ' ? std::optional(text) : std::nullopt;
+}
+
 std::string bodyText(const PelkoMessage& message) {
     if (message.hasMedia()) {
         return attachmentText(message);
     }
-    const std::string action = "/me";
-    const bool isAction = message.text == action || message.text.compare(0, 4, action + ' ') == 0;
-    return isAction ? "* " + senderText(message) + message.text.substr(action.size()) : message.text;
+    const std::optional<std::string_view> action = actionIn(message.text);
+    return action ? "* " + senderText(message) + std::string(*action) : message.text;
 }
 
 std::string statusText(const PelkoMessage& message) {

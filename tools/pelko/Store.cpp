@@ -8,6 +8,7 @@
 #include "classes/platform/DefaultPlatform.h"
 #include "classes/platform/FileUtil.h"
 #include "classes/platform/LoginContext.h"
+#include "tools/pelko/Remedies.h"
 #include "tools/pelko/StoreLog.h"
 #include "tools/pelko/Target.h"
 #include "tools/pelko/ToolError.h"
@@ -23,24 +24,6 @@ using pelkoapi::PelkoSession;
 namespace {
 
 constexpr char otherFolder[] = "name a folder that can be written with --data-dir";
-
-/// What to do about a failure that SQLite words so; empty where nothing general can be said.
-std::string remedyFor(const std::string& reason) {
-    const std::pair<const char*, const char*> remedies[] = {
-        {"not a database", "move that file away, or name another account with --user or --data-dir"},
-        {"malformed", "the file is damaged: put back a copy of it"},
-        {"locked", "another program is writing to it: try again when it has ended"},
-        {"readonly", "make the file and its folder writable"},
-        {"full", "make room on the disk"},
-        {"unable to open", "check that the file and its folder can be read and written"},
-    };
-    for (const auto& [words, remedy] : remedies) {
-        if (reason.find(words) != std::string::npos) {
-            return std::string("; ") + remedy;
-        }
-    }
-    return {};
-}
 
 [[noreturn]] void failAccount(const Account& account, const std::string& reason) {
     throw ToolError("cannot open " + account.database.string() + ": " + reason);

@@ -11,41 +11,6 @@ namespace {
 
 using pelkoapi::StringFormatUtil;
 
-struct Character {
-    char32_t code = 0;
-    std::size_t length = 0;  // in bytes; 0 where the bytes are no UTF-8
-};
-
-/// The character at the start of a text that is not empty.
-Character firstCharacter(std::string_view text) {
-    const auto byteAt = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned char lead = byteAt(0);
-    if (lead < 0x80) {
-        return {lead, 1};
-    }
-    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-    if (lead < 0xC2 || lead > 0xF4 || text.size() < length) {
-        return {};
-    }
-    char32_t code = lead & (0x7FU >> length);
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((byteAt(i) & 0xC0U) != 0x80U) {
-            return {};
-        }
-        code = code << 6U | (byteAt(i) & 0x3FU);
-    }
-    constexpr char32_t leastOfLength[] = {0, 0, 0x80, 0x800, 0x10000};
-    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-    if (code < leastOfLength[length] || code > 0x10FFFF || surrogate) {
-        return {};
-    }
-    return {code, length};
-}
-
-bool overridesDirection(char32_t code) {
-    return (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
-}
-
 struct Range {
     char32_t first;
     char32_t last;
@@ -75,6 +40,41 @@ std::size_t widthOf(char32_t code) {
 
 }  // namespace
 
+Character firstCharacter(std::string_view text) {
+    const auto byteAt = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const unsigned char lead = byteAt(0);
+    if (lead < 0x80) {
+        return {lead, 1};
+    }
+    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    if (lead < 0xC2 || lead > 0xF4 || text.size() < length) {
+        return {};
+    }
+    char32_t code = lead & (0x7FU >> length);
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((byteAt(i) & 0xC0U) != 0x80U) {
+            return {};
+        }
+        code = code << 6U | (byteAt(i) & 0x3FU);
+    }
+    constexpr char32_t leastOfLength[] = {0, 0, 0x80, 0x800, 0x10000};
+    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
+    if (code < leastOfLength[length] || code > 0x10FFFF || surrogate) {
+        return {};
+    }
+    return {code, length};
+}
+
+bool overridesDirection(char32_t code) {
+    return (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+}
+
+std::string inSmallLetters(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    return text;
+}
+
 std::string visibleText(std::string_view text) {
     std::string visible;
     visible.reserve(text.size());
@@ -91,6 +91,17 @@ std::string visibleText(std::string_view text) {
         text.remove_prefix(std::max<std::size_t>(length, 1));
     }
     return visible;
+}
+
+bool isUtf8(std::string_view text) {
+    while (!text.empty()) {
+        const std::size_t length = firstCharacter(text).length;
+        if (length == 0) {
+            return false;
+        }
+        text.remove_prefix(length);
+    }
+    return true;
 }
 
 std::size_t displayWidth(std::string_view visible) {

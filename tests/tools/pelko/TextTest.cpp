@@ -69,4 +69,15 @@ TEST(Shortened, CutsAtWholeCharacters) {
     EXPECT_EQ(shortened("abc", 0), "");
 }
 
+TEST(IsUtf8, TellsTextFromOtherBytes) {
+    for (const char* const text : {"", "plain\n\x1b", "Günther 有的 🙏", "\xf4\x8f\xbf\xbf"}) {
+        EXPECT_TRUE(isUtf8(text)) << text;
+    }
+    EXPECT_TRUE(isUtf8(std::string_view("a\0b", 3)));
+    for (const char* const text :
+         {"\x80", "caf\xe9", "\xc0\x80", "\xe2\x82", "\xed\xa0\x80", "\xf4\x90\x80\x80", "ok\xff"}) {
+        EXPECT_FALSE(isUtf8(text)) << visibleText(text);
+    }
+}
+
 }  // namespace
