@@ -99,6 +99,8 @@ void run(int argc, const char* const* argv) {
     addGroupCommands(app, options);
     addNotificationCommands(app, options);
     addSettingCommands(app, options);
+    addInspectCommand(app, options);
+    addCheckCommand(app, options);
     app.footer(map);  // last: commands made later would show it too
     parse(app, argc, argv);
     finishOutput();

@@ -17,6 +17,7 @@ constexpr char headingContacts[] = "Contacts";
 constexpr char headingPlaces[] = "Rooms and groups";
 constexpr char headingNotifications[] = "Notifications";
 constexpr char headingSettings[] = "Sync marks and settings";
+constexpr char headingFile[] = "The file itself";
 
 void addReplayCommands(CLI::App& app, const GlobalOptions& global);        // replay
 void addMessageCommands(CLI::App& app, const GlobalOptions& global);       // send, receive
@@ -32,6 +33,8 @@ void addGroupCommands(CLI::App& app, const GlobalOptions& global);         // gr
 void addNotificationCommands(CLI::App& app, const GlobalOptions& global);  // notifications
 void addSettingCommands(CLI::App& app, const GlobalOptions& global);       // setting, mute, unmute, mark
 void addSearchCommand(CLI::App& app, const GlobalOptions& global);         // search
+void addInspectCommand(CLI::App& app, const GlobalOptions& global);        // inspect
+void addCheckCommand(CLI::App& app, const GlobalOptions& global);          // check
 
 }  // namespace pelkotool
 
