@@ -101,6 +101,9 @@ void run(int argc, const char* const* argv) {
     addSettingCommands(app, options);
     addInspectCommand(app, options);
     addCheckCommand(app, options);
+    addBackupCommand(app, options);
+    addSalvageCommand(app, options);
+    addCompactCommand(app, options);
     app.footer(map);  // last: commands made later would show it too
     parse(app, argc, argv);
     finishOutput();

@@ -35,6 +35,9 @@ void addSettingCommands(CLI::App& app, const GlobalOptions& global);       // se
 void addSearchCommand(CLI::App& app, const GlobalOptions& global);         // search
 void addInspectCommand(CLI::App& app, const GlobalOptions& global);        // inspect
 void addCheckCommand(CLI::App& app, const GlobalOptions& global);          // check
+void addBackupCommand(CLI::App& app, const GlobalOptions& global);         // backup
+void addSalvageCommand(CLI::App& app, const GlobalOptions& global);        // salvage
+void addCompactCommand(CLI::App& app, const GlobalOptions& global);        // compact
 
 }  // namespace pelkotool
 
