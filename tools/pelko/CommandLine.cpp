@@ -99,6 +99,8 @@ void run(int argc, const char* const* argv) {
     addGroupCommands(app, options);
     addNotificationCommands(app, options);
     addSettingCommands(app, options);
+    addExportCommand(app, options);
+    addImportCommand(app, options);
     addInspectCommand(app, options);
     addCheckCommand(app, options);
     addBackupCommand(app, options);

@@ -17,6 +17,7 @@ constexpr char headingContacts[] = "Contacts";
 constexpr char headingPlaces[] = "Rooms and groups";
 constexpr char headingNotifications[] = "Notifications";
 constexpr char headingSettings[] = "Sync marks and settings";
+constexpr char headingOutside[] = "In and out";
 constexpr char headingFile[] = "The file itself";
 
 void addReplayCommands(CLI::App& app, const GlobalOptions& global);        // replay
@@ -33,6 +34,8 @@ void addGroupCommands(CLI::App& app, const GlobalOptions& global);         // gr
 void addNotificationCommands(CLI::App& app, const GlobalOptions& global);  // notifications
 void addSettingCommands(CLI::App& app, const GlobalOptions& global);       // setting, mute, unmute, mark
 void addSearchCommand(CLI::App& app, const GlobalOptions& global);         // search
+void addExportCommand(CLI::App& app, const GlobalOptions& global);         // export
+void addImportCommand(CLI::App& app, const GlobalOptions& global);         // import
 void addInspectCommand(CLI::App& app, const GlobalOptions& global);        // inspect
 void addCheckCommand(CLI::App& app, const GlobalOptions& global);          // check
 void addBackupCommand(CLI::App& app, const GlobalOptions& global);         // backup
