@@ -106,6 +106,7 @@ void run(int argc, const char* const* argv) {
     addBackupCommand(app, options);
     addSalvageCommand(app, options);
     addCompactCommand(app, options);
+    addHelpCommands(app);
     app.footer(map);  // last: commands made later would show it too
     parse(app, argc, argv);
     finishOutput();

@@ -19,6 +19,7 @@ constexpr char headingNotifications[] = "Notifications";
 constexpr char headingSettings[] = "Sync marks and settings";
 constexpr char headingOutside[] = "In and out";
 constexpr char headingFile[] = "The file itself";
+constexpr char headingTool[] = "The tool";
 
 void addReplayCommands(CLI::App& app, const GlobalOptions& global);        // replay
 void addMessageCommands(CLI::App& app, const GlobalOptions& global);       // send, receive
@@ -41,6 +42,7 @@ void addCheckCommand(CLI::App& app, const GlobalOptions& global);          // ch
 void addBackupCommand(CLI::App& app, const GlobalOptions& global);         // backup
 void addSalvageCommand(CLI::App& app, const GlobalOptions& global);        // salvage
 void addCompactCommand(CLI::App& app, const GlobalOptions& global);        // compact
+void addHelpCommands(CLI::App& app);                                       // manual, completion
 
 }  // namespace pelkotool
 

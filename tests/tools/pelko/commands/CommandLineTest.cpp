@@ -11,13 +11,18 @@ namespace {
 class CommandLine : public ToolTest {};
 
 const std::vector<std::string> commands = {
-    "replay", "send",   "receive",       "delete",  "sessions", "show",    "unread",
-    "read",   "pin",    "unpin",         "clear",   "friends",  "blocked", "users",
-    "rooms",  "groups", "notifications", "setting", "mute",     "unmute",  "mark"};
+    "replay",        "send",    "receive", "delete",  "sessions", "show",   "unread", "read",
+    "pin",           "unpin",   "clear",   "friends", "blocked",  "users",  "rooms",  "groups",
+    "notifications", "setting", "mute",    "unmute",  "mark",     "search", "export", "import",
+    "inspect",       "check",   "backup",  "salvage", "compact"};
+const std::vector<std::string> commandsOnTheTool = {"manual", "completion"};
 
 TEST_F(CommandLine, HelpNamesEveryCommandAndThePlaceOfTheData) {
     const ToolRun help = runWell({"--help"});
     for (const std::string& command : commands) {
+        EXPECT_THAT(help.out, HasSubstr("\n  " + command + ' '));
+    }
+    for (const std::string& command : commandsOnTheTool) {
         EXPECT_THAT(help.out, HasSubstr("\n  " + command + ' '));
     }
     EXPECT_THAT(help.out, AllOf(HasSubstr("--data-dir"), HasSubstr("--user"), HasSubstr("db.dat"),
@@ -39,7 +44,8 @@ TEST_F(CommandLine, HelpIsAMapOfTheStore) {
     std::size_t place = 0;
     for (const char* const heading :
          {"\nMessages:\n", "\nConversations:\n", "\nContacts:\n", "\nRooms and groups:\n",
-          "\nNotifications:\n", "\nSync marks and settings:\n", "\nWhat is where:\n"}) {
+          "\nNotifications:\n", "\nSync marks and settings:\n", "\nIn and out:\n", "\nThe file itself:\n",
+          "\nThe tool:\n", "\nWhat is where:\n"}) {
         const std::size_t found = help.find(heading, place);
         ASSERT_NE(found, std::string::npos) << heading << "behind the one before";
         place = found;
