@@ -12,7 +12,7 @@ namespace {
 
 constexpr char description[] =
     "pelko looks into the chat store of one account, its db.dat, and writes to it, through the same\n"
-    "operations that a chat client uses.\n";
+    "operations that a chat client uses; it checks, rescues and exports the file itself.\n";
 
 constexpr char map[] =
     "What is where:\n"
@@ -27,9 +27,11 @@ constexpr char map[] =
     "  TARGET                       the peer of a conversation: user:alice, room:5001, group:77, service:9\n"
     "  unread                       a received message until 'pelko read' marks its conversation read\n"
     "\n"
-    "Begin with 'pelko replay FOLDER', then 'pelko sessions', then 'pelko show' with a TARGET of that list.\n"
+    "Begin with 'pelko replay FOLDER', then 'pelko sessions', then 'pelko show' with a TARGET of that list; "
+    "with\n"
+    "a file that misbehaves, begin with 'pelko inspect'.\n"
     "'pelko COMMAND --help' tells more, and which commands stand below it, as in 'pelko rooms add'.\n"
-    "Exit codes: 0 done, 1 failed, 2 wrong arguments, 130 interrupted.";
+    "Exit codes: 0 done, 1 failed or damaged, 2 wrong arguments, 130 interrupted.";
 
 /// The last line of several is what CLI11 adds itself.
 std::string firstLine(const std::string& text) {

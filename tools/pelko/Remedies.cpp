@@ -7,9 +7,9 @@ namespace pelkotool {
 std::string remedyFor(const std::string& reason) {
     const std::pair<const char*, const char*> remedies[] = {
         {"not a database",
-         "'pelko salvage' rescues what is left where it was one; else name another account with "
+         "'pelko salvage OUT' rescues what is left where it was one; else name another account with "
          "--user or --data-dir"},
-        {"malformed", "the file is damaged: 'pelko salvage' rescues what is left"},
+        {"malformed", "the file is damaged: 'pelko salvage OUT' rescues what is left"},
         {"locked", "another program is writing to it: try again when it has ended"},
         {"readonly", "make the file and its folder writable"},
         {"full", "make room on the disk"},

@@ -114,7 +114,7 @@ void verifyCopy(const fs::path& file, const fs::path& copy, const std::vector<Co
     }
     if (finding != "ok") {
         throw ToolError("no backup of " + file.string() + ": the copy does not hold (" + finding +
-                        "); the file is damaged: 'pelko salvage' rescues what is left");
+                        "); the file is damaged: 'pelko salvage OUT' rescues what is left");
     }
 }
 

@@ -61,7 +61,7 @@ void requireSoundFile(const Database& database) {
     Statement check = database.prepare("PRAGMA quick_check(1)");
     if (const std::string finding = check.step() ? check.text(0) : "no answer"; finding != "ok") {
         throw ToolError(database.file().string() + " is damaged (" + finding +
-                        "), and is left as it is; 'pelko salvage' rescues what is left");
+                        "), and is left as it is; 'pelko salvage OUT' rescues what is left");
     }
 }
 

@@ -77,19 +77,19 @@ TEST_F(CheckCommand, RefusesWhatIsNotThere) {
 TEST_F(CheckCommand, SaysInOneLineThatItIsNoDatabase) {
     const std::string content = "Dear diary, " + std::string(4096, 'x');
     writeFile(database(), content);
-    expectRefused(run({"check"}), 1, AllOf(HasSubstr("not a database"), HasSubstr("'pelko salvage'")));
+    expectRefused(run({"check"}), 1, AllOf(HasSubstr("not a database"), HasSubstr("'pelko salvage OUT'")));
     EXPECT_EQ(contentOf(database()), content);
     fs::remove(database());
     fill();
     overwrite(0, std::string(100, '\xa5'));
     expectRefused(run({"check", "--full"}), 1,
-                  AllOf(HasSubstr("not a database"), HasSubstr("'pelko salvage'")));
+                  AllOf(HasSubstr("not a database"), HasSubstr("'pelko salvage OUT'")));
 }
 
 TEST_F(CheckCommand, SaysInOneLineThatTheFileIsCutShort) {
     fill();
     fs::resize_file(database(), fs::file_size(database()) / 2);
-    expectRefused(run({"check"}), 1, AllOf(HasSubstr("malformed"), HasSubstr("'pelko salvage'")));
+    expectRefused(run({"check"}), 1, AllOf(HasSubstr("malformed"), HasSubstr("'pelko salvage OUT'")));
 }
 
 TEST_F(CheckCommand, DoesNotCallALockedFileWholeOrDamaged) {

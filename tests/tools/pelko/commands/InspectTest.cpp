@@ -47,11 +47,11 @@ TEST_F(InspectCommand, SaysInOneLineThatNothingCanBeRead) {
     runWell({"send", "user:bob", "hi"});
     const std::string whole = contentOf(database());
     writeFile(database(), std::string(100, '\xa5') + whole.substr(100));
-    expectRefused(run({"inspect"}), 1, AllOf(HasSubstr("not a database"), HasSubstr("'pelko salvage'")));
+    expectRefused(run({"inspect"}), 1, AllOf(HasSubstr("not a database"), HasSubstr("'pelko salvage OUT'")));
     writeFile(database(), whole.substr(0, whole.size() / 2));
-    expectRefused(run({"inspect"}), 1, AllOf(HasSubstr("malformed"), HasSubstr("'pelko salvage'")));
+    expectRefused(run({"inspect"}), 1, AllOf(HasSubstr("malformed"), HasSubstr("'pelko salvage OUT'")));
     writeFile(database(), whole.substr(0, 100) + std::string(3996, '\xa5') + whole.substr(4096));
-    expectRefused(run({"inspect"}), 1, AllOf(HasSubstr("malformed"), HasSubstr("'pelko salvage'")));
+    expectRefused(run({"inspect"}), 1, AllOf(HasSubstr("malformed"), HasSubstr("'pelko salvage OUT'")));
 }
 
 TEST_F(InspectCommand, RefusesAFileThatMayNotBeRead) {

@@ -193,7 +193,7 @@ TEST_F(Search, RefusesWhatIsNoDatabase) {
     writeFile(folder() / "text.dat",
               "this is a text and no database, and long enough to be looked at as one");
     expectRefused(run({"search", "x", "--file", (folder() / "text.dat").string()}), 1,
-                  AllOf(HasSubstr("text.dat: file is not a database"), HasSubstr("'pelko salvage'")));
+                  AllOf(HasSubstr("text.dat: file is not a database"), HasSubstr("'pelko salvage OUT'")));
     expectRefused(run({"search", "x", "--file", folder().string()}), 1, HasSubstr("is not a file"));
     expectRefused(run({"search", "x", "--file", (folder() / "none.dat").string()}), 1,
                   AllOf(HasSubstr("there is no file"), HasSubstr("none.dat"), HasSubstr("--file")));

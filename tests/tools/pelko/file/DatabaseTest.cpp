@@ -87,7 +87,7 @@ TEST_F(DatabaseTest, RefusesToReadWhatIsNoDatabase) {
     for (const std::string& content : {std::string("xy"), std::string(8192, 'x'),
                                        std::string("SQLite format 3"), std::string(8192, '\2')}) {
         writeFile(file(), content);
-        expectRefused(file(), AllOf(HasSubstr("file is not a database"), HasSubstr("'pelko salvage'")));
+        expectRefused(file(), AllOf(HasSubstr("file is not a database"), HasSubstr("'pelko salvage OUT'")));
         EXPECT_EQ(contentOf(file()), content);
     }
 }
@@ -374,7 +374,7 @@ TEST_F(StatementTest, TellsTheDamageThatItMeets) {
         ADD_FAILURE() << "nothing was met";
     } catch (const SqliteError& error) {
         EXPECT_EQ(error.sqliteCode(), SQLITE_CORRUPT);
-        EXPECT_THAT(error.what(), AllOf(HasSubstr(file().string()), HasSubstr("'pelko salvage'")));
+        EXPECT_THAT(error.what(), AllOf(HasSubstr(file().string()), HasSubstr("'pelko salvage OUT'")));
     }
 }
 
