@@ -1,10 +1,11 @@
 // The pages as somebody reads them.
 import assert from 'node:assert/strict';
-import {after, afterEach, before, beforeEach, test} from 'node:test';
+import {test} from 'node:test';
 import {urlOf} from './support/account.mjs';
 import {accessibilityFaults, lowContrasts} from './support/accessibility.mjs';
-import {launch, WatchedPage} from './support/browser.mjs';
-import {addLargeRooms, sampleAccount} from './support/sample.mjs';
+import {WatchedPage} from './support/browser.mjs';
+import {withOpenedExport} from './support/opened.mjs';
+import {sampleAccount} from './support/sample.mjs';
 
 let browser;
 let account;
@@ -15,25 +16,8 @@ let page;
 const index = () => urlOf(folder, 'index.html');
 const chat = (name, number = 1) => urlOf(folder, 'chats', name, `${number}.html`);
 
-before(async () => {
-    browser = await launch();
-    account = sampleAccount();
-    addLargeRooms(account);
-    folder = account.export('out', '--page', '500');
-});
-
-after(async () => {
-    await browser.close();
-    account.remove();
-});
-
-beforeEach(async () => {
-    watched = await WatchedPage.open(browser, [urlOf(folder)]);
-    page = watched.page;
-});
-
-afterEach(async () => {
-    await watched.close();
+withOpenedExport((opened) => {
+    ({browser, account, folder, watched, page} = opened);
 });
 
 async function nothingElse() {

@@ -9,6 +9,7 @@
 
 #include "classes/sqlite/CppSQLite3.h"
 #include "tests/support/StoreTest.h"
+#include "tests/support/WithoutPrivileges.h"
 
 // The journal of the connection: write-ahead logging, what survives, and what remains in the folder.
 
@@ -119,27 +120,6 @@ TEST_F(JournalTest, AFileThatIsLockedForAMomentIsWaitedFor) {
     EXPECT_EQ(setting(db, "synchronous"), "3") << "EXTRA";
     EXPECT_EQ(setting(db, "journal_size_limit"), "4194304");
 }
-
-/// Another user's rights while it lives, when the tests run as root, for whom no file is read-only.
-class WithoutPrivileges {
-public:
-    WithoutPrivileges() {
-        if (mUser == 0) {
-            EXPECT_EQ(setreuid(nobody, 0), 0);
-            EXPECT_EQ(seteuid(nobody), 0);
-        }
-    }
-    ~WithoutPrivileges() {
-        if (mUser == 0) {
-            EXPECT_EQ(seteuid(0), 0);
-            EXPECT_EQ(setreuid(0, 0), 0);
-        }
-    }
-
-private:
-    static constexpr uid_t nobody = 65534;  // by convention
-    const uid_t mUser = geteuid();
-};
 
 TEST_F(JournalTest, AFileOnAReadOnlyMediumIsRead) {
     for (const char* const name : {"db.dat", "100% #1?.dat"}) {

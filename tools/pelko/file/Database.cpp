@@ -184,7 +184,10 @@ Database Database::openToRead(const fs::path& file) {
 
 Database Database::openToWrite(const fs::path& file) {
     requireReadableFile(file);
-    return {file, SQLITE_OPEN_READWRITE, "mode=rw"};
+    Database database(file, SQLITE_OPEN_READWRITE, "mode=rw");
+    // What is told to be done is on the medium, as with the store's own connection.
+    database.execute("PRAGMA synchronous = EXTRA; PRAGMA fullfsync = 1; PRAGMA checkpoint_fullfsync = 1");
+    return database;
 }
 
 Database Database::create(const fs::path& file) {

@@ -132,7 +132,10 @@
         area.classList.toggle('open', open);
     }
 
+    let typing = 0;  // the timer that searches when nothing more is typed
+
     async function search() {
+        clearTimeout(typing);  // it would show the first hits alone again
         const asked = box.value.trim();
         if (asked === '') {
             closeSearch();
@@ -169,7 +172,6 @@
         }
     }
 
-    let typing = 0;
     box.addEventListener('input', () => {
         clearTimeout(typing);
         typing = setTimeout(search, 150);

@@ -206,12 +206,9 @@ TEST_F(CompactCommand, LosesNothingOnAFullDisk) {
 TEST_F(CompactCommand, LosesNothingWhenItIsStopped) {
     fill(30'000);
     for (const int signal : {SIGINT, SIGTERM}) {
-        const pid_t process = start({"compact"});
-        while (!fs::exists(database().string() + "-wal")) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        ASSERT_EQ(kill(process, signal), 0);
-        expectRefused(finish(process), 130, HasSubstr("stopped as asked; the file is as it was"));
+        const ToolRun stopped =
+            runStopped({"compact"}, signal, [this] { return fs::exists(database().string() + "-wal"); });
+        expectRefused(stopped, 130, HasSubstr("stopped as asked; the file is as it was"));
         expectStoreFile(database());
         EXPECT_NE(value("PRAGMA freelist_count"), "0");
     }

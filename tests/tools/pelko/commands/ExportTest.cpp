@@ -353,13 +353,9 @@ TEST_F(ExportCommand, LeavesNothingWhenItIsInterrupted) {
     const fs::path place = folder() / "made";
     fs::create_directory(place);
     for (const int signal : {SIGINT, SIGTERM}) {
-        const pid_t process = start({"export", (place / "out").string(), "--format", "json"});
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (fs::is_empty(place) && std::chrono::steady_clock::now() < deadline) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        ASSERT_EQ(kill(process, signal), 0);
-        expectRefused(finish(process), 130, HasSubstr("stopped as asked; nothing was exported"));
+        const ToolRun stopped = runStopped({"export", (place / "out").string(), "--format", "json"}, signal,
+                                           [&] { return !fs::is_empty(place); });
+        expectRefused(stopped, 130, HasSubstr("stopped as asked; nothing was exported"));
         EXPECT_TRUE(fs::is_empty(place));
     }
 }

@@ -431,13 +431,9 @@ TEST_F(ImportCommand, LeavesNothingWhenItIsInterrupted) {
     }
     writeFile(folder() / "long.jsonl", content);
     for (const int signal : {SIGINT, SIGTERM}) {
-        const pid_t process = start({"import", (folder() / "long.jsonl").string()});
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (!fs::exists(dataDir() / "users/me") && std::chrono::steady_clock::now() < deadline) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        ASSERT_EQ(kill(process, signal), 0);
-        expectRefused(finish(process), 130, HasSubstr("stopped as asked; nothing was stored"));
+        const ToolRun stopped = runStopped({"import", (folder() / "long.jsonl").string()}, signal,
+                                           [this] { return fs::exists(dataDir() / "users/me"); });
+        expectRefused(stopped, 130, HasSubstr("stopped as asked; nothing was stored"));
         EXPECT_FALSE(fs::exists(dataDir()));
     }
 }

@@ -204,18 +204,8 @@ TEST_F(SalvageCommand, ShowsHowFarItIs) {
 TEST_F(SalvageCommand, LeavesNothingWhenItIsStopped) {
     fill(30'000);
     for (const int signal : {SIGINT, SIGTERM}) {
-        const pid_t process = start({"salvage", out().string()});
-        const auto begun = [&] {
-            return std::any_of(
-                fs::directory_iterator(folder()), fs::directory_iterator(), [](const auto& entry) {
-                    return entry.path().filename().string().rfind("out.dat.unfinished", 0) == 0;
-                });
-        };
-        while (!begun()) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        ASSERT_EQ(kill(process, signal), 0);
-        expectRefused(finish(process), 130, HasSubstr("stopped as asked"));
+        expectRefused(runStopped({"salvage", out().string()}, signal, [this] { return hasUnfinished(); }),
+                      130, HasSubstr("stopped as asked"));
         expectNothingMade();
     }
 }

@@ -8,12 +8,15 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 
 namespace pelkotest {
 
@@ -174,6 +177,23 @@ ToolRun ToolTest::runAnswering(const std::string& answer, const Arguments& argum
                          fileForWriting(folder() / "err")));
     close(terminal);
     return result;
+}
+
+ToolRun ToolTest::runStopped(const Arguments& arguments, int signal,
+                             const std::function<bool()>& begun) const {
+    const pid_t process = start(arguments);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!begun() && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    EXPECT_EQ(kill(process, signal), 0);
+    return finish(process);
+}
+
+bool ToolTest::hasUnfinished() const {
+    return std::any_of(fs::directory_iterator(folder()), fs::directory_iterator(), [](const auto& entry) {
+        return entry.path().filename().string().find(".unfinished") != std::string::npos;
+    });
 }
 
 ToolRun ToolTest::runOnTerminal(const Arguments& arguments) const {

@@ -6,6 +6,7 @@
 #include <sys/types.h>
 
 #include <filesystem>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -56,6 +57,11 @@ protected:
     pid_t start(const Arguments& arguments) const;
     /// Waits for what start() started.
     ToolRun finish(pid_t process) const;
+
+    /// Starts the tool and sends it the signal as soon as it is at work. @param begun  whether it is
+    ToolRun runStopped(const Arguments& arguments, int signal, const std::function<bool()>& begun) const;
+    /// Whether something in folder() grows under a name of its own until it is whole.
+    bool hasUnfinished() const;
 
     fs::path folder() const { return mFolder.path(); }
     fs::path dataDir() const { return folder() / "data"; }
