@@ -20,6 +20,7 @@ struct Account {
     std::filesystem::path dataRoot;  ///< of all accounts, absolute
     std::filesystem::path folder;    ///< of this one, below it
     std::filesystem::path database;  ///< its db.dat
+    bool dataRootIsKnown = true;     ///< or else it is only where a file lies that somebody has named
 };
 
 /// @throws UsageError for an empty folder, and for a name that no account of the store can have

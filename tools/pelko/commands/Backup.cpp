@@ -15,6 +15,7 @@
 #include "tools/pelko/file/AccountFile.h"
 #include "tools/pelko/file/NewPath.h"
 #include "tools/pelko/file/StopOnInterrupt.h"
+#include "tools/pelko/file/Tables.h"
 
 // pelko backup: a copy of the file in one state, also while a client writes to it.
 
@@ -160,6 +161,7 @@ BackupReport backup(const fs::path& file, const NewPath& out) {
         const Database from = Database::openToRead(file);
         try {
             const StopOnInterrupt stop(from.handle());
+            requireStoreFile(from);
             const BackupReport report = copyOnce(from, out.unfinished());
             from.requireUnchanged();
             return report;

@@ -8,6 +8,7 @@
 #include "tools/pelko/ProgressBar.h"
 #include "tools/pelko/file/AccountFile.h"
 #include "tools/pelko/file/StopOnInterrupt.h"
+#include "tools/pelko/file/Tables.h"
 
 // pelko compact: gives the pages that are free within the file back to the system.
 
@@ -26,6 +27,7 @@ struct CompactReport {
     std::uintmax_t before = 0;  // bytes, with the log beside the file
     std::uintmax_t after = 0;
     long long freePages = 0;
+    bool isRewritten = false;
 
     long long won() const { return static_cast<long long>(before) - static_cast<long long>(after); }
 };
@@ -58,7 +60,7 @@ void takeAlone(const Database& database) {
 }
 
 void requireSoundFile(const Database& database) {
-    Statement check = database.prepare("PRAGMA quick_check(1)");
+    Statement check = database.prepare("PRAGMA integrity_check(1)");
     if (const std::string finding = check.step() ? check.text(0) : "no answer"; finding != "ok") {
         throw ToolError(database.file().string() + " is damaged (" + finding +
                         "), and is left as it is; 'pelko salvage OUT' rescues what is left");
@@ -72,6 +74,7 @@ void compactFile(const Database& database, CompactReport& report) {
     ProgressBar bar(steps);
     Step step = checking;
     const StopOnInterrupt stop(database.handle(), [&] { bar.show(step, labels[step]); });
+    requireStoreFile(database);  // first: taken alone, an empty file would become a database
     takeAlone(database);
     requireSoundFile(database);
     report.freePages = database.number("PRAGMA freelist_count");
@@ -79,6 +82,7 @@ void compactFile(const Database& database, CompactReport& report) {
     // SQLite rewrites the file into a temporary one, which counts as attached. Otherwise none may be.
     sqlite3_limit(database.handle(), SQLITE_LIMIT_ATTACHED, 1);
     database.execute("PRAGMA secure_delete = 1; VACUUM");
+    report.isRewritten = true;
     step = writingBack;
     // It is all in the log now; the file itself shrinks when the log is taken up.
     database.execute("PRAGMA wal_checkpoint(TRUNCATE)");
@@ -91,7 +95,9 @@ CompactReport compact(const fs::path& file) {
     try {
         compactFile(database, report);
     } catch (const ToolError&) {
-        stopIfInterrupted(nothingCompacted);  // that is why it failed
+        // That is why it failed.
+        stopIfInterrupted(report.isRewritten ? "it is rewritten, and shrinks at its next opening"
+                                             : nothingCompacted);
         throw;
     }
     return report;

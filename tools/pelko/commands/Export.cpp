@@ -25,6 +25,7 @@
 #include "tools/pelko/file/Conversations.h"
 #include "tools/pelko/file/NewPath.h"
 #include "tools/pelko/file/StopOnInterrupt.h"
+#include "tools/pelko/file/Tables.h"
 
 // pelko export: conversations as pages for people, and every row as lines for programs.
 
@@ -316,7 +317,7 @@ void printExportAsJson(const ExportSummary& summary, const ExportOptions& option
          {"bytes", summary.bytes}});
 }
 
-std::string filesInWords(const Attachments::Counts& files) {
+std::string filesInWords(const Attachments::Counts& files, bool dataRootIsKnown) {
     std::string words = std::to_string(files.copied) + " copied";
     if (files.copied > 0) {
         words += " (" + std::to_string(files.bytes) + " bytes)";
@@ -324,21 +325,23 @@ std::string filesInWords(const Attachments::Counts& files) {
     const std::pair<long long, const char*> others[] = {
         {files.linked, " linked"},
         {files.missing, " missing"},
-        {files.refused, " not taken: they are no files of the data folder"}};
+        {files.refused, dataRootIsKnown ? " not taken: they are no files of the account's"
+                                        : " not taken: --data-dir names the folder that they are in"}};
     for (const auto& [number, what] : others) {
         words += number > 0 ? ", " + std::to_string(number) + what : "";
     }
     return words;
 }
 
-void printExport(const ExportSummary& summary, const ExportOrder& order, const fs::path& out) {
+void printExport(const ExportSummary& summary, const ExportOrder& order, bool dataRootIsKnown,
+                 const fs::path& out) {
     printField("conversations", std::to_string(summary.conversations));
     printField("messages", std::to_string(summary.messages));
     printField("asked for", order.range.words() + (order.only ? ", some conversations" : ""));
     printField("exported",
                summary.first ? localTime(*summary.first) + " to " + localTime(*summary.last) : "no message");
     if (order.media != Attachments::Media::none) {
-        printField("files", filesInWords(summary.files));
+        printField("files", filesInWords(summary.files, dataRootIsKnown));
     }
     if (order.formats.json) {
         printField("rows", std::to_string(summary.lines.rows));
@@ -363,6 +366,9 @@ void exportAccount(const GlobalOptions& global, const ExportOptions& options) {
     const Database database = Database::openToRead(account.database);
     database.execute("BEGIN");  // everything shows the same state, whatever a client writes meanwhile
     requireTablesToExport(database);
+    if (order.formats.html) {
+        requireColumns(database, {"tbl_msg", "tbl_session", "tbl_user", "tbl_room", "tbl_group"});
+    }
     const ExportSummary summary = Exporter(database, account, order, out.unfinished()).write();
     database.execute("COMMIT");
     database.requireUnchanged();
@@ -370,7 +376,7 @@ void exportAccount(const GlobalOptions& global, const ExportOptions& options) {
     if (options.json) {
         printExportAsJson(summary, options, order, out.wanted());
     } else {
-        printExport(summary, order, out.wanted());
+        printExport(summary, order, account.dataRootIsKnown, out.wanted());
     }
 }
 
@@ -386,9 +392,9 @@ void addExportCommand(CLI::App& app, const GlobalOptions& global) {
         "  index.html    the conversations, for a browser\n"
         "  export.jsonl  every row, for programs and 'pelko import'\n"
         "  media/        copies of the messages' attachments\n"
-        "Only files of the data folder are copied; with --file, that is the folder of FILE unless "
-        "--data-dir\n"
-        "names another.");
+        "Only files of the account's are copied, and with --file only when --data-dir names the folder that "
+        "they\n"
+        "are in.");
     addPositional(*command, "OUT", options->out, "The folder to make");
     command->add_option("--format", options->formats, "html, json, or both (default: html,json)")
         ->type_name("LIST");

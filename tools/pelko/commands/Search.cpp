@@ -18,6 +18,7 @@
 #include "tools/pelko/file/AccountFile.h"
 #include "tools/pelko/file/MessageRow.h"
 #include "tools/pelko/file/Peers.h"
+#include "tools/pelko/file/Tables.h"
 
 // pelko search: messages by their text, over all conversations.
 
@@ -49,18 +50,6 @@ struct Hit {
     std::vector<PelkoMessage> after;
 };
 
-/// The text as a pattern of LIKE that finds it anywhere.
-std::string patternOf(const std::string& text) {
-    std::string pattern = "%";
-    for (const char c : text) {
-        if (c == '%' || c == '_' || c == '\\') {
-            pattern += '\\';
-        }
-        pattern += c;
-    }
-    return pattern + '%';
-}
-
 class Search {
 public:
     Search(const Database& database, std::string me) : mDatabase(database), mMe(std::move(me)) {}
@@ -70,7 +59,7 @@ public:
         const std::optional<Peer> in = options.in ? std::optional(parsePeer(*options.in)) : std::nullopt;
         std::string sql =
             std::string("SELECT ") + placeColumns +
-            " FROM tbl_msg WHERE (text LIKE ?3 ESCAPE '\\' OR extra_path LIKE ?3 ESCAPE '\\') AND " +
+            " FROM tbl_msg WHERE (instr(lower(text), ?3) OR instr(lower(extra_path), ?3)) AND " +
             parseDateRange(options.dates).condition("date");
         if (in) {
             sql += " AND (" + conversationCondition(*in) + ')';
@@ -79,8 +68,8 @@ public:
             sql += " AND sender_type = 0 AND sender_id = ?4";
         }
         Statement rows = mDatabase.prepare(sql);
-        const std::string pattern = patternOf(options.text);
-        rows.bindIfUsed(1, mMe).bindIfUsed(2, in ? in->id : "").bind(3, pattern);
+        // Not by LIKE, for which a text ends at its first NUL byte.
+        rows.bindIfUsed(1, mMe).bindIfUsed(2, in ? in->id : "").bind(3, inSmallLetters(options.text));
         rows.bindIfUsed(4, options.from.value_or(""));
         std::vector<MessagePlace> places;
         while (rows.step()) {
@@ -113,13 +102,13 @@ public:
     Hit hitAt(const MessagePlace& place, std::size_t context) {
         Hit hit;
         std::tie(hit.message, hit.peer) = read(place.row);
-        if (context == 0) {
-            return hit;
+        if (context == 0 || hit.peer.type == betweenOthers) {
+            return hit;  // no conversation shows what two others have written
         }
         const std::vector<MessagePlace>& all = conversation(hit.peer);
         const auto found = std::lower_bound(all.begin(), all.end(), place);
         if (found == all.end() || found->row != place.row) {
-            return hit;  // between two others, which no conversation shows
+            return hit;  // of a conversation that the store selects by other rows, such as one with oneself
         }
         const auto before = static_cast<std::size_t>(found - all.begin());
         const auto after = static_cast<std::size_t>(all.end() - found) - 1;
@@ -232,6 +221,7 @@ void search(const GlobalOptions& global, const SearchOptions& options) {
     }
     const Account account = accountFileOf(global, options.file);
     const Database database = Database::openToRead(account.database);
+    requireColumns(database, {"tbl_msg"});
     Search search(database, ownNameIn(database, account));
 
     std::vector<MessagePlace> places = search.places(options);

@@ -96,7 +96,7 @@ std::optional<fs::path> Attachments::originalOf(const std::string& storedPath) {
     const bool isPath = storedPath.find('\0') == std::string::npos;
     const fs::path place =
         isPath ? fs::weakly_canonical(attachmentPlace(mAccount, storedPath), error) : fs::path();
-    if (place.empty() || mRoot.empty() || !liesBelow(place, mRoot)) {
+    if (place.empty() || !mAccount.dataRootIsKnown || !isOfTheAccount(place)) {
         ++mCounts.refused;
         return std::nullopt;
     }
@@ -110,6 +110,16 @@ std::optional<fs::path> Attachments::originalOf(const std::string& storedPath) {
         return std::nullopt;
     }
     return place;
+}
+
+/// Whether a file belongs to the account: it lies below the data folder, but not in another account's part of
+/// it.
+bool Attachments::isOfTheAccount(const fs::path& place) const {
+    std::error_code error;
+    const fs::path accounts = mRoot / "users";
+    const fs::path own = fs::weakly_canonical(mAccount.folder, error);
+    const bool isAmongAccounts = liesBelow(own, accounts) && liesBelow(place, accounts);
+    return !mRoot.empty() && liesBelow(place, mRoot) && (!isAmongAccounts || liesBelow(place, own));
 }
 
 /// Whether it is a database, of this account or another, or belongs to one: their content is not for export.

@@ -43,6 +43,7 @@ public:
 private:
     std::string take(const std::string& storedPath);
     std::optional<std::filesystem::path> originalOf(const std::string& storedPath);
+    bool isOfTheAccount(const std::filesystem::path& place) const;
     bool isDatabase(const std::filesystem::path& original) const;
     std::string copyOf(const std::filesystem::path& original);
 

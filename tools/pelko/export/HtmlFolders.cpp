@@ -22,7 +22,9 @@ bool HtmlFolders::take(const std::string& name) {
 
 std::string HtmlFolders::nameFor(const Peer& peer) {
     std::string wanted = peerText(peer);
-    wanted[wanted.find(':')] = '-';
+    if (const std::size_t colon = wanted.find(':'); colon != std::string::npos) {
+        wanted[colon] = '-';
+    }
     std::string name = wanted.substr(0, longestFolderName);
     std::replace_if(
         name.begin(), name.end(), [](char c) { return !isSafeInNames(c); }, '_');

@@ -40,10 +40,14 @@ std::string contentWords(const HtmlExport& what, const std::vector<ConversationS
     return first ? number + ", from " + localTime(*first) + " to " + localTime(*last) : number;
 }
 
+std::string ownName(const HtmlExport& what) {
+    return what.me.empty() ? "(unknown)" : lineText(what.me);
+}
+
 void putFacts(const HtmlExport& what, const std::vector<ConversationSummary>& summaries,
               TemplateDictionary& values) {
     const unsigned int present = now();
-    putFact(values, "Account", lineText(what.me.empty() ? "(unknown)" : what.me));
+    putFact(values, "Account", ownName(what));
     putFact(
         values, "Asked for",
         std::string(what.onlySome ? "chosen conversations, " : "all conversations, ") + what.range.words());
@@ -97,9 +101,9 @@ void writeIndex(const HtmlExport& what, const std::vector<ConversationSummary>& 
     TemplateDictionary values("index.tpl");
     TemplateDictionary& head = HtmlTemplates::include(values, "HEAD", "head.tpl");
     head.SetValue("ROOT", "");
-    head.SetValue("TITLE", "Conversations of " + lineText(what.me));
+    head.SetValue("TITLE", "Conversations of " + ownName(what));
     HtmlTemplates::include(values, "SEARCH", "search.tpl");
-    values.SetValue("ME", lineText(what.me));
+    values.SetValue("ME", ownName(what));
     putFacts(what, summaries, values);
     if (!what.range.isWhole()) {
         values.ShowSection("BADGES_COUNT_ALL");

@@ -30,6 +30,7 @@ Account accountFileOf(const GlobalOptions& global, const FileOptions& options) {
     account.folder = account.database.parent_path();
     if (!global.dataDirGiven) {
         account.dataRoot = account.folder;
+        account.dataRootIsKnown = false;
     }
     if (!global.userGiven) {
         account.user.clear();

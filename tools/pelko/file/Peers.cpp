@@ -7,11 +7,11 @@ namespace pelkotool {
 
 // The store's kinds as they stand in SQL: 0 user, 1 room, 2 group, 3 customer service.
 const char* const peerTypeSql =
-    "CASE WHEN receiver_type IN (1, 2) OR sender_type = 0 AND sender_id = ?1 "
-    "THEN receiver_type ELSE sender_type END";
+    "CASE WHEN receiver_type IN (1, 2) OR sender_type = 0 AND sender_id = ?1 THEN receiver_type "
+    "WHEN receiver_type = 0 AND receiver_id = ?1 THEN sender_type ELSE -1 END";
 const char* const peerIdSql =
-    "CASE WHEN receiver_type IN (1, 2) OR sender_type = 0 AND sender_id = ?1 "
-    "THEN receiver_id ELSE sender_id END";
+    "CASE WHEN receiver_type IN (1, 2) OR sender_type = 0 AND sender_id = ?1 THEN receiver_id "
+    "WHEN receiver_type = 0 AND receiver_id = ?1 THEN sender_id ELSE '' END";
 
 namespace {
 
@@ -33,6 +33,9 @@ const char* prefixOf(long long type) {
 }  // namespace
 
 std::string peerText(const Peer& peer) {
+    if (peer.type == betweenOthers) {
+        return "between-others";
+    }
     const char* const prefix = prefixOf(peer.type);
     return (prefix != nullptr ? prefix : "kind-" + std::to_string(peer.type) + ':') + peer.id;
 }

@@ -6,8 +6,8 @@
 
 #include "tools/pelko/file/Database.h"
 
-// Which conversation a row of tbl_msg belongs to, in the terms of the file. The same rule as
-// PelkoMessage::getTarget(), but for rows of any content.
+// Which conversation a row of tbl_msg belongs to, in the terms of the file: the one in which the store shows
+// it.
 
 namespace pelkotool {
 
@@ -20,7 +20,12 @@ struct Peer {
     bool operator<(const Peer& other) const { return std::tie(type, id) < std::tie(other.type, other.id); }
 };
 
-/// As the command line writes targets, "room:5001"; "kind-9:x" for a kind that the store does not know.
+/// The kind of the peer of messages between two others. The store shows them in no conversation; here they
+/// are in one of their own, without an id.
+constexpr long long betweenOthers = -1;
+
+/// As the command line writes targets, "room:5001"; "kind-9:x" for a kind that the store does not know,
+/// "between-others".
 std::string peerText(const Peer& peer);
 
 /// Whether the store knows the kind.

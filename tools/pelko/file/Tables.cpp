@@ -116,6 +116,29 @@ const TableLayout& expectedTable(const std::string& name) {
     return *found;
 }
 
+void requireColumns(const Database& database, const std::vector<const char*>& tables) {
+    Statement found = database.prepare("SELECT 1 FROM pragma_table_info(?1) WHERE name = ?2 COLLATE NOCASE");
+    for (const char* const table : tables) {
+        for (const Column& column : expectedTable(table).columns) {
+            if (!found.bind(1, table).bind(2, column.name).step()) {
+                throw ToolError(database.file().string() + " has no column " + column.name + " in a table " +
+                                table + "; 'pelko inspect' shows what it has");
+            }
+            found.reset();
+        }
+    }
+}
+
+void requireStoreFile(const Database& database) {
+    Statement names = database.prepare("SELECT name FROM sqlite_master WHERE type = 'table'");
+    while (names.step()) {
+        if (isStoreTable(names.text(0))) {
+            return;
+        }
+    }
+    throw ToolError(database.file().string() + " has none of the store's tables; name a db.dat");
+}
+
 int rowIdColumn(const TableLayout& table) {
     // A key of one column that is declared "integer" is the row id itself; one declared "bigint" is not.
     const auto key = std::find_if(table.columns.begin(), table.columns.end(), [](const Column& column) {

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/pelko/file/Database.h"
+
 // What the store expects in a db.dat. A test holds it against a file that the store has made.
 
 namespace pelkotool {
@@ -33,6 +35,13 @@ bool isStoreTable(const std::string& name);
 
 /// One of them by its name. @throws std::out_of_range for any other name
 const TableLayout& expectedTable(const std::string& name);
+
+/// That the file has these tables of the store with all of their columns. @throws ToolError that names what
+/// is missing
+void requireColumns(const Database& database, const std::vector<const char*>& tables);
+
+/// That the file has a table of the store at all. @throws ToolError
+void requireStoreFile(const Database& database);
 
 /// A column that is the table's row id, "integer primary key"; -1 without one.
 int rowIdColumn(const TableLayout& table);

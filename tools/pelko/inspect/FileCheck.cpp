@@ -92,6 +92,15 @@ std::string quoted(const std::string& name, char quote) {
 std::vector<CheckPart> partsOf(const Database& database, bool full, long long pages) {
     std::vector<CheckPart> parts;
     std::uintmax_t allRows = 1;
+    // Before 3.33, SQLite takes a name there for a number, and checks the whole file.
+    constexpr int firstByTable = 3'033'000;
+    if (sqlite3_libversion_number() < firstByTable) {
+        parts.push_back({"",
+                         std::string(full ? "PRAGMA integrity_check(" : "PRAGMA quick_check(") +
+                             std::to_string(mostOfFile) + ")",
+                         1});
+        return parts;
+    }
     // Only tables with pages of their own: SQLite cannot check others, as virtual ones.
     Statement tables = database.prepare(
         "SELECT name FROM sqlite_master WHERE type = 'table' AND rootpage > 0 ORDER BY rowid");

@@ -104,6 +104,10 @@ private:
         add(mInspection.unreadWithoutSession(), "unread message in conversations without a session",
             "unread messages in conversations without a session",
             "no list shows them, but the badge counts them: 'pelko read TARGET'");
+        add(mInspection.messagesBetweenOthers(), "message between two others", "messages between two others",
+            "no conversation shows them, but the badge counts unread ones: 'pelko export --format json' "
+            "tells their "
+            "DBIDs, 'pelko delete DBID' removes them");
         add(static_cast<long long>(mInspection.lostSessions.found.size()),
             "session without a last message of its own", "sessions without a last message of their own",
             "the next message of the conversation puts it right");

@@ -1,5 +1,6 @@
 #include "tools/pelko/inspect/Inspection.h"
 
+#include <algorithm>
 #include <system_error>
 
 #include "tools/pelko/file/AccountFile.h"
@@ -118,9 +119,17 @@ void readFile(const fs::path& file, NamedFiles& files, Inspection& inspection) {
 long long Inspection::unreadWithoutSession() const {
     long long sum = 0;
     for (const Conversation& conversation : conversations.found) {
-        sum += conversation.hasSession ? 0 : conversation.unread;
+        const bool isOther = conversation.hasSession || conversation.peer.type == betweenOthers;
+        sum += isOther ? 0 : conversation.unread;
     }
     return sum;
+}
+
+long long Inspection::messagesBetweenOthers() const {
+    const auto found = std::find_if(
+        conversations.found.begin(), conversations.found.end(),
+        [](const Conversation& conversation) { return conversation.peer.type == betweenOthers; });
+    return found != conversations.found.end() ? found->messages : 0;
 }
 
 std::vector<std::pair<std::string, std::string>> Inspection::failures() const {

@@ -74,6 +74,8 @@ struct Inspection {
 
     /// Unread messages in conversations that no session shows.
     long long unreadWithoutSession() const;
+    /// Messages that no conversation shows, since the account is no party of them.
+    long long messagesBetweenOthers() const;
     /// The parts that could not be read, and why, as "the conversations" and "no such table: tbl_msg".
     std::vector<std::pair<std::string, std::string>> failures() const;
 };

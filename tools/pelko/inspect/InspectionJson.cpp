@@ -122,6 +122,8 @@ Json badgeJson(const Inspection& inspection) {
         {"unread_without_session",
          partJson(inspection.conversations,
                   [&](const auto&) { return Json(inspection.unreadWithoutSession()); })},
+        {"between_others", partJson(inspection.conversations,
+                                    [&](const auto&) { return Json(inspection.messagesBetweenOthers()); })},
         {"sessions_without_last_message",
          partJson(inspection.lostSessions, [](const auto& all) { return listJson(all, lostSessionJson); })},
         {"stored_twice",

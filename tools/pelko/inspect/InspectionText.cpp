@@ -211,6 +211,7 @@ void printBadges(const Inspection& inspection) {
                [](long long unread) { printCount(unread, "unread in all"); });
     printPiece("unread messages by conversation", inspection.conversations, [&](const auto&) {
         printCount(inspection.unreadWithoutSession(), "unread in conversations without a session");
+        printCount(inspection.messagesBetweenOthers(), "messages between two others");
     });
     printPiece("last messages of sessions", inspection.lostSessions, [](const auto& sessions) {
         printCount(static_cast<long long>(sessions.size()),

@@ -176,6 +176,13 @@ TEST_F(BackupCommand, CopiesTablesOfAnyName) {
     EXPECT_EQ(report["tables"].back(), nlohmann::json({{"table", "odd \" name; --"}, {"rows", 2}}));
 }
 
+TEST_F(BackupCommand, RefusesAFileWithoutTables) {
+    writeFile(folder() / "empty.dat", "");
+    expectRefused(run({"backup", out().string(), "--file", (folder() / "empty.dat").string()}), 1,
+                  AllOf(HasSubstr("empty.dat has none of the store's tables"), HasSubstr("name a db.dat")));
+    expectNothingMade();
+}
+
 TEST_F(BackupCommand, ShowsHowFarItIs) {
     fill();
     const ToolRun run = runOnTerminal({"backup", out().string()});
@@ -190,6 +197,14 @@ TEST_F(BackupCommand, LeavesNothingWhenItIsStopped) {
                       HasSubstr("stopped as asked"));
         expectNothingMade();
     }
+}
+
+TEST_F(BackupCommand, OneRequestToStopThatComesTwiceIsOne) {
+    fill(30'000);
+    const ToolRun stopped = runStopped(
+        {"backup", out().string()}, SIGINT, [this] { return hasUnfinished(); }, 2);
+    expectRefused(stopped, 130, HasSubstr("stopped as asked"));
+    expectNothingMade();
 }
 
 TEST_F(BackupCommand, ADamagedFile) {

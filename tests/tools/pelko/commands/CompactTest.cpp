@@ -51,6 +51,23 @@ TEST_F(CompactCommand, GivesFreePagesBack) {
     expectStoreFile(database());
 }
 
+TEST_F(CompactCommand, RefusesAFileWithoutTables) {
+    writeFile(folder() / "empty.dat", "");
+    expectRefused(run({"compact", "--file", (folder() / "empty.dat").string()}), 1,
+                  AllOf(HasSubstr("empty.dat has none of the store's tables"), HasSubstr("name a db.dat")));
+    EXPECT_EQ(fs::file_size(folder() / "empty.dat"), 0U);
+}
+
+TEST_F(CompactCommand, RefusesAFileWhoseIndexesHideRows) {
+    fill();
+    execute(
+        "PRAGMA writable_schema = ON; CREATE TABLE stolen (a); "
+        "UPDATE sqlite_master SET rootpage = (SELECT rootpage FROM sqlite_master WHERE name = "
+        "'idx_msg_sending') "
+        "WHERE name = 'idx_msg_msg_id'");
+    expectRefused(run({"compact"}), 1, AllOf(HasSubstr("is damaged"), HasSubstr("'pelko salvage OUT'")));
+}
+
 TEST_F(CompactCommand, KeepsEveryRowAndItsId) {
     fill();
     const auto ids = [&](const std::string& table) {

@@ -130,7 +130,7 @@ TEST_F(InspectCommand, PrintsJson) {
                                  database().parent_path().string() + R"(", "files": [],
                               "unreadable_folders": []},
         "unknown_kinds": [],
-        "badge": {"unread": 2, "unread_without_session": 0, "sessions_without_last_message": [],
+        "badge": {"unread": 2, "unread_without_session": 0, "between_others": 0, "sessions_without_last_message": [],
                   "stored_twice": [], "dated_in_the_future": {"messages": 0, "latest": null}},
         "not_read": [], "findings": []})"));
 }

@@ -271,6 +271,27 @@ TEST_F(InspectedContent, CountsTargetsOfUnknownKinds) {
     EXPECT_THAT(runWell({"inspect"}).out, HasSubstr("         3  by tbl_msg.sender_type\n"));
 }
 
+TEST_F(InspectedContent, TellsMessagesThatNoConversationShows) {
+    runWell({"receive", "user:alice", "to me"});
+    execute(
+        "INSERT INTO tbl_msg (date, text, status, sender_type, sender_id, receiver_type, receiver_id) VALUES "
+        "(1, 'to bob', 1, 0, 'alice', 0, 'bob'), (2, 'to nobody known', 1, 0, 'carol', 9, 'x')");
+    const json found = inspect();
+    EXPECT_EQ(found["badge"]["unread"], 3);
+    EXPECT_EQ(found["badge"]["between_others"], 2);
+    EXPECT_EQ(found["badge"]["unread_without_session"], 0) << "nobody can mark them read";
+    ASSERT_EQ(found["conversations"].size(), 2U);
+    for (const json& conversation : found["conversations"]) {
+        EXPECT_EQ(conversation["messages"], conversation["target"] == "user:alice" ? 1 : 2);
+    }
+    EXPECT_THAT(findings(), Contains("2 messages between two others"));
+    EXPECT_THAT(runWell({"inspect"}).out, HasSubstr("         2  messages between two others\n"));
+    runWell({"read", "user:alice"});
+    EXPECT_EQ(inspect()["conversations"][0]["unread"].get<int>() +
+                  inspect()["conversations"][1]["unread"].get<int>(),
+              2);
+}
+
 TEST_F(InspectedContent, TellsWhyABadgeIsWrong) {
     runWell({"receive", "user:bob", "1", "--id", "11"});
     runWell({"receive", "user:bob", "2", "--id", "12"});
@@ -288,7 +309,7 @@ TEST_F(InspectedContent, TellsWhyABadgeIsWrong) {
         "INSERT INTO tbl_session VALUES (1, '6', 0, 0, 0)");  // an empty one has none rightly
     const json badge = inspect()["badge"];
     EXPECT_EQ(badge, json::parse(R"({
-        "unread": 5, "unread_without_session": 2,
+        "unread": 5, "unread_without_session": 2, "between_others": 0,
         "sessions_without_last_message": [
             {"target": "user:ann", "last_msg_id": 99, "message_of": null},
             {"target": "user:cleo", "last_msg_id": 0, "message_of": null},

@@ -177,6 +177,40 @@ TEST_F(Search, TellsWhenNothingIsFound) {
     expectRefused(run({"search", ""}), 2, HasSubstr("'' is in every message"));
 }
 
+TEST_F(Search, FindsWhatStandsBehindANulByte) {
+    runWell({"send", "user:bob", "abc"});
+    execute("UPDATE tbl_msg SET text = 'abc' || char(0) || 'Zebra'");
+    EXPECT_THAT(runWell({"search", "zebra"}).out, HasSubstr("abc\\x00Zebra"));
+}
+
+TEST_F(Search, TakesTextsOfAnyLength) {
+    const std::string text(60'000, 'x');
+    storeInRoom("1", "ann", text + "y");
+    EXPECT_THAT(found({text}), ElementsAre(text + "y"));
+    EXPECT_THAT(found({text + "z"}), IsEmpty());
+}
+
+TEST_F(Search, ShowsNoContextOfMessagesBetweenOthers) {
+    runWell({"receive", "user:alice", "to me"});
+    execute(
+        "INSERT INTO tbl_msg (date, text, sender_type, sender_id, receiver_type, receiver_id) VALUES "
+        "(1, 'to bob', 0, 'alice', 0, 'bob')");
+    const auto hit = runWell({"search", "to bob", "--json"}).json().at("hits").at(0);
+    EXPECT_EQ(hit.at("conversation"), "between-others");
+    EXPECT_THAT(textsOf(hit.at("before")), IsEmpty());
+}
+
+TEST_F(Search, NamesAColumnThatIsMissing) {
+    runWell({"send", "user:bob", "abc"});
+    execute("ALTER TABLE tbl_msg DROP COLUMN extra_path");
+    expectRefused(
+        run({"search", "abc"}), 1,
+        AllOf(HasSubstr("has no column extra_path in a table tbl_msg"), HasSubstr("'pelko inspect'")));
+    writeFile(folder() / "empty.dat", "");
+    expectRefused(run({"search", "abc", "--file", (folder() / "empty.dat").string()}), 1,
+                  HasSubstr("has no column msg_id in a table tbl_msg"));
+}
+
 TEST_F(Search, ReadsAFileAnywhereAsItsOwnersFile) {
     runWell({"--user", "ann", "send", "user:bob", "hello bob"});
     fs::create_directories(folder() / "mail");

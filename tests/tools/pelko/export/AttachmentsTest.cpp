@@ -153,8 +153,24 @@ TEST_F(ExportedAttachments, OfAnyFileLieWhereDataDirSays) {
     writeFile(dataDir() / "a.jpg", "picture");
     storeMessagesWith({"a.jpg"});
     const Arguments all = {"export", out().string(), "--json", "--file", database().string()};
-    EXPECT_EQ(runExactly(all).json()["files"]["missing"], 1) << "beside the file";
+    writeFile(database().parent_path() / "a.jpg", "somebody's own picture");
+    EXPECT_EQ(runExactly(all).json()["files"]["refused"], 1) << "not beside a file that was sent in";
+    fs::remove_all(out());
+    EXPECT_THAT(runExactly({"export", out().string(), "--file", database().string()}).out,
+                HasSubstr("1 not taken: --data-dir names the folder that they are in"));
     EXPECT_EQ(filesOf({"--file", database().string()})["copied"], 1);
+}
+
+TEST_F(ExportedAttachments, AreNotTakenFromOtherAccounts) {
+    writeFile(dataDir() / "users/other/secret.jpg", "picture");
+    writeFile(dataDir() / "users/me/own.jpg", "picture");
+    writeFile(dataDir() / "shared.jpg", "picture");
+    storeMessagesWith(
+        {"users/other/secret.jpg", "users/me/../other/secret.jpg", "users/me/own.jpg", "shared.jpg"});
+    const json files = filesOf({});
+    EXPECT_EQ(files["copied"], 2);
+    EXPECT_EQ(files["refused"], 2);
+    EXPECT_THAT(copies(), testing::UnorderedElementsAre("1-own.jpg", "2-shared.jpg"));
 }
 
 TEST(AttachmentName, KeepsWhatIsPlain) {

@@ -19,6 +19,16 @@ TEST_F(HtmlIndexTest, AnEmptyStoreHasAnIndexThatSaysSo) {
     }
 }
 
+TEST_F(HtmlIndexTest, AnAccountThatNobodyKnowsIsToldToBeUnknown) {
+    const pelkotool::Database file = pelkotool::Database::openToRead(database());
+    pelkotool::HtmlExport what;
+    what.folder = out();
+    fs::create_directories(what.folder);
+    pelkotool::writeHtml(file, what);
+    EXPECT_THAT(index(), HasSubstr("<title>Conversations of (unknown)</title>"));
+    EXPECT_THAT(index(), HasSubstr("<bdi>(unknown)</bdi></h1>"));
+}
+
 TEST_F(HtmlIndexTest, ConversationsStandInTheOrderOfTheStoreWithPinnedOnesFirst) {
     addMessage({{"sender_id", "old"}, {"date", "1000"}});
     addMessage({{"sender_id", "new"}, {"date", "2000"}});

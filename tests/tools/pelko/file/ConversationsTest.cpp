@@ -164,12 +164,14 @@ TEST_F(ConversationsTest, KeepKindsThatTheStoreDoesNotKnow) {
     runWell({"send", "user:bob", "1"});
     execute(
         "INSERT INTO tbl_msg (date, sender_type, sender_id, receiver_type, receiver_id) VALUES (1, 9, 'x', "
-        "9, 'y');"
+        "0, 'me'), (1, 9, 'x', 9, 'y'), (1, 0, 'bob', 0, 'ann');"
         "INSERT INTO tbl_msg (text) VALUES ('all else is missing');"
         "INSERT INTO tbl_session (target_type, target_id) VALUES (7, 'z')");
     std::vector<std::string> all = targets();
     std::sort(all.begin(), all.end());
-    EXPECT_THAT(all, ElementsAre("kind-7:z", "kind-9:x", "user:", "user:bob"));
+    EXPECT_EQ(conversation("between-others").messages, 3) << "the one without parties among them";
+    EXPECT_EQ(conversation("user:bob").messages, 1);
+    EXPECT_THAT(all, ElementsAre("between-others", "kind-7:z", "kind-9:x", "user:bob"));
 }
 
 }  // namespace

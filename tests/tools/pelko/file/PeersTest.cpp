@@ -112,8 +112,10 @@ TEST_F(PeersTest, ReadLikeTargetsOfTheCommandLine) {
     }
     EXPECT_EQ(parsePeer("room:005"), (Peer{1, "5"}));
     EXPECT_EQ(peerText({9, "x"}), "kind-9:x");
-    EXPECT_EQ(peerText({-1, ""}), "kind--1:");
-    for (const char* const text : {"", "bob", "user:", "room:x", "room:4294967296", "kind-9:x"}) {
+    EXPECT_EQ(peerText({-2, ""}), "kind--2:");
+    EXPECT_EQ(peerText({pelkotool::betweenOthers, ""}), "between-others");
+    for (const char* const text :
+         {"", "bob", "user:", "room:x", "room:4294967296", "kind-9:x", "between-others"}) {
         EXPECT_THROW(parsePeer(text), pelkotool::UsageError) << text;
     }
 }

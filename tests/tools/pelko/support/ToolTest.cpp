@@ -179,14 +179,17 @@ ToolRun ToolTest::runAnswering(const std::string& answer, const Arguments& argum
     return result;
 }
 
-ToolRun ToolTest::runStopped(const Arguments& arguments, int signal,
-                             const std::function<bool()>& begun) const {
+ToolRun ToolTest::runStopped(const Arguments& arguments, int signal, const std::function<bool()>& begun,
+                             int times) const {
     const pid_t process = start(arguments);
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     while (!begun() && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    EXPECT_EQ(kill(process, signal), 0);
+    for (int i = 0; i < times; ++i) {
+        EXPECT_EQ(kill(process, signal), 0);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
     return finish(process);
 }
 

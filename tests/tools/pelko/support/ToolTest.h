@@ -58,8 +58,10 @@ protected:
     /// Waits for what start() started.
     ToolRun finish(pid_t process) const;
 
-    /// Starts the tool and sends it the signal as soon as it is at work. @param begun  whether it is
-    ToolRun runStopped(const Arguments& arguments, int signal, const std::function<bool()>& begun) const;
+    /// Starts the tool and sends it the signal, so many times, as soon as it is at work. @param begun whether
+    /// it is
+    ToolRun runStopped(const Arguments& arguments, int signal, const std::function<bool()>& begun,
+                       int times = 1) const;
     /// Whether something in folder() grows under a name of its own until it is whole.
     bool hasUnfinished() const;
 
