@@ -1,6 +1,7 @@
 # Finds the template engine ctemplate, which brings no CMake package. Makes the target Ctemplate::ctemplate.
 find_path(Ctemplate_INCLUDE_DIR ctemplate/template.h)
-find_library(Ctemplate_LIBRARY ctemplate)
+# The variant without locks first: one thread uses it here.
+find_library(Ctemplate_LIBRARY NAMES ctemplate_nothreads ctemplate)
 mark_as_advanced(Ctemplate_INCLUDE_DIR Ctemplate_LIBRARY)
 
 include(FindPackageHandleStandardArgs)
