@@ -25,6 +25,8 @@ struct SalvageOptions {
 Json salvageJson(const SalvageReport& report, const Account& account, const NewPath& out) {
     Json tables = Json::array();
     Json otherColumns = Json::array();
+    Json missingColumns = Json::array();
+    Json takenColumns = Json::array();
     for (const TableReport& table : report.tables) {
         tables.push_back({{"table", table.layout->name},
                           {"in_file", table.inFile},
@@ -38,6 +40,13 @@ Json salvageJson(const SalvageReport& report, const Account& account, const NewP
         for (const std::string& column : table.otherColumns) {
             otherColumns.push_back(std::string(table.layout->name) + '.' + column);
         }
+        for (const std::string& column : table.missingColumns) {
+            missingColumns.push_back(std::string(table.layout->name) + '.' + column);
+        }
+        for (const TakenColumn& column : table.takenColumns) {
+            takenColumns.push_back(
+                {{"table", table.layout->name}, {"column", column.name}, {"taken_for", column.takenFor}});
+        }
     }
     return {{"database", account.database.string()},
             {"out", out.wanted().string()},
@@ -50,10 +59,13 @@ Json salvageJson(const SalvageReport& report, const Account& account, const NewP
             {"unusable_pages", report.unusablePages},
             {"pages_beside", report.waitingPages},
             {"header_readable", report.hasHeader},
+            {"header_contradicted", report.sizesAreMeasured},
             {"schema_complete", report.schemaIsComplete},
             {"free_pages_known", report.freePagesAreKnown},
             {"tables_not_copied", report.otherTables},
             {"columns_not_copied", std::move(otherColumns)},
+            {"columns_missing", std::move(missingColumns)},
+            {"columns_by_place", std::move(takenColumns)},
             {"tables", std::move(tables)}};
 }
 
@@ -64,7 +76,14 @@ std::string salvageNote(const TableReport& table) {
     if (table.tooDifferent) {
         return "not copied: its columns are not the store's";
     }
-    return table.mayBeMore ? "more may be lost" : "";
+    std::string note;
+    for (const TakenColumn& column : table.takenColumns) {
+        note += (note.empty() ? "" : ", ") + column.name + " taken for " + column.takenFor;
+    }
+    if (table.mayBeMore) {
+        note += (note.empty() ? "" : "; ") + std::string("more may be lost");
+    }
+    return note;
 }
 
 void printSalvagedTables(const SalvageReport& report) {
@@ -92,6 +111,33 @@ void printNotCopied(const SalvageReport& report) {
     }
 }
 
+/// What of the file is not in the new one, beside rows.
+std::string leftBehind(const SalvageReport& report) {
+    std::vector<std::string> left = report.otherTables;
+    std::vector<std::string> missing;
+    for (const TableReport& table : report.tables) {
+        const std::string name = table.layout->name;
+        if (table.tooDifferent) {
+            left.push_back(name);
+        }
+        for (const std::string& column : table.otherColumns) {
+            left.push_back(name + '.' + column);
+        }
+        for (const std::string& column : table.missingColumns) {
+            missing.push_back(name + '.' + column);
+        }
+    }
+    const auto listed = [](const char* what, const std::vector<std::string>& names) {
+        std::string list;
+        for (const std::string& name : names) {
+            list += (list.empty() ? what : ", ") + name;
+        }
+        return list;
+    };
+    return listed(" Left behind: ", left) + (left.empty() ? "" : ".") +
+           listed(" Not in the file: ", missing) + (missing.empty() ? "" : ".");
+}
+
 std::string salvageVerdict(const SalvageReport& report) {
     if (report.isWhole()) {
         return "Nothing is lost.";
@@ -107,7 +153,11 @@ std::string salvageVerdict(const SalvageReport& report) {
     if (uncertain > 0) {
         line += ", " + counted(uncertain, "row is", "rows are") + " left out as uncertain";
     }
-    return line + (mayBeMore ? "; there may have been more." : "; there were no more.");
+    if (report.missingPages > 0) {
+        line += "; " + std::to_string(report.missingPages) + " of " +
+                std::to_string(std::uint64_t{report.pages} + report.missingPages) + " pages are missing";
+    }
+    return line + (mayBeMore ? "; there may have been more." : "; there were no more.") + leftBehind(report);
 }
 
 void printSalvage(const SalvageReport& report, const Account& account, const NewPath& out) {
@@ -127,6 +177,9 @@ void printSalvage(const SalvageReport& report, const Account& account, const New
     }
     if (!report.hasHeader) {
         printField("header", "destroyed: the tables were found by the look of their pages");
+    }
+    if (report.sizesAreMeasured) {
+        printField("header", "wrong about the size of pages, which was measured");
     }
     printLine(salvageVerdict(report));
 }

@@ -26,7 +26,8 @@ public:
 
     const std::uint8_t* data() const { return mBytes; }
     std::size_t size() const { return mSize; }
-    bool holds(std::size_t offset, std::size_t size) const {
+    /// In 64 bits, whatever the machine: lengths in a file are not cut before they are compared.
+    bool holds(std::uint64_t offset, std::uint64_t size) const {
         return offset <= mSize && size <= mSize - offset;
     }
     ByteView part(std::size_t offset, std::size_t size) const {

@@ -4,8 +4,10 @@
 #include <limits>
 #include <system_error>
 
+#include "tools/pelko/Text.h"
 #include "tools/pelko/ToolError.h"
 #include "tools/pelko/file/Database.h"
+#include "tools/pelko/salvage/Record.h"
 
 namespace pelkotool {
 
@@ -25,20 +27,26 @@ std::uint32_t wholePages(std::uint64_t fileSize, std::uint32_t pageSize) {
     return static_cast<std::uint32_t>(std::min(fileSize / pageSize, most));
 }
 
-/// How many of some pages spread over the file are sound ones of trees, if pages have that size.
-std::uint32_t soundPages(std::ifstream& stream, std::uint64_t fileSize, std::uint32_t pageSize) {
+struct PageSample {
+    std::uint32_t pages = 0;
+    std::uint32_t sound = 0;
+};
+
+/// Looks at some pages spread over the file, if pages have that size: how many are sound ones of trees.
+PageSample samplePages(std::ifstream& stream, std::uint64_t fileSize, std::uint32_t pageSize,
+                       std::uint32_t reserved) {
     constexpr std::uint32_t looks = 2000;
-    const PageBounds bounds{pageSize, wholePages(fileSize, pageSize), fileSize};
+    const PageBounds bounds{pageSize - reserved, wholePages(fileSize, pageSize), fileSize};
     const std::uint32_t step = std::max<std::uint32_t>(1, bounds.pageCount / looks);
     Bytes page(pageSize);
-    std::uint32_t sound = 0;
+    PageSample sample;
     for (std::uint64_t i = 1; i < bounds.pageCount; i += step) {
-        sound += readAt(stream, i * pageSize, page) &&
-                         parsePage(ByteView(page), static_cast<std::uint32_t>(i + 1), bounds).sound
-                     ? 1
-                     : 0;
+        const bool sound = readAt(stream, i * pageSize, page) &&
+                           parsePage(ByteView(page), static_cast<std::uint32_t>(i + 1), bounds).sound;
+        ++sample.pages;
+        sample.sound += sound ? 1 : 0;
     }
-    return sound;
+    return sample;
 }
 
 }  // namespace
@@ -55,17 +63,54 @@ PageFile::PageFile(const fs::path& file) : mFile(file) {
     if (readAt(mStream, 0, start)) {
         mHeader = parseFileHeader(ByteView(start));
     }
+    measureSizes();
     takeWaitingPages();
     findPageSize();
     countPages();
-    Bytes first(mPageSize);
-    mHeader = read(1, first) ? parseFileHeader(ByteView(first)) : std::nullopt;
-    mBounds.usableSize = mPageSize - (mHeader ? mHeader->reserved : 0);
-    if (mHeader && !mHeader->isUtf8()) {
+    readHeader();
+    if (mHeader && !mHeader->isUtf8() && hasWideTexts()) {
         throw ToolError(
             file.string() +
             " keeps its texts in UTF-16, as no store does; it is not a db.dat, name another file");
     }
+}
+
+void PageFile::readHeader() {
+    Bytes first(mPageSize);
+    mHeader = read(1, first) ? parseFileHeader(ByteView(first)) : std::nullopt;
+    if (mHeader && mSizesAreMeasured) {
+        mHeader->pageSize = mPageSize;
+        mHeader->reserved = 0;
+    }
+    mBounds.usableSize = mPageSize - (mHeader ? mHeader->reserved : 0);
+}
+
+/// Whether most texts are such as a database in UTF-8 does not have.
+bool PageFile::hasWideTexts() {
+    constexpr std::uint32_t looks = 2000;
+    const std::uint32_t step = std::max<std::uint32_t>(1, mPageCount / looks);
+    std::uint64_t plain = 0;
+    std::uint64_t wide = 0;
+    Bytes bytes;
+    for (std::uint64_t number = 1; number <= mPageCount; number += step) {
+        if (!read(static_cast<std::uint32_t>(number), bytes)) {
+            continue;
+        }
+        const ByteView view(bytes);
+        const BTreePage page = parsePage(view, static_cast<std::uint32_t>(number), mBounds);
+        for (const Cell& cell : page.cells) {
+            const bool isWhole = page.sound && page.kind == PageKind::tableLeaf && cell.overflow == 0;
+            const std::optional<Record> record =
+                isWhole ? parseRecord(view.part(cell.localOffset, cell.localSize)) : std::nullopt;
+            for (const Value& value : record.value_or(Record())) {
+                if (value.kind == StorageClass::text && !value.bytes.empty()) {
+                    const bool isPlain = isUtf8(value.bytes) && value.bytes.find('\0') == std::string::npos;
+                    ++(isPlain ? plain : wide);
+                }
+            }
+        }
+    }
+    return wide > plain;
 }
 
 std::vector<PageFile::Stamp> PageFile::stamps() const {
@@ -101,24 +146,36 @@ void PageFile::takeWaitingPages() {
     }
 }
 
+void PageFile::measureSizes() {
+    const std::uint64_t size = mStamps.front().size;
+    std::uint32_t most = 0;
+    if (mHeader) {
+        const PageSample asSaid = samplePages(mStream, size, mHeader->pageSize, mHeader->reserved);
+        if (asSaid.sound > asSaid.pages / 20) {
+            return;
+        }
+        most = 2 * asSaid.sound;  // only what fits much better contradicts the header
+    }
+    // Pages fill their size to the last byte, so that the wrong sizes find next to nothing.
+    for (std::uint32_t pageSize = 512; pageSize <= 65536; pageSize *= 2) {
+        if (const std::uint32_t sound = samplePages(mStream, size, pageSize, 0).sound; sound > most) {
+            most = sound;
+            mMeasuredSize = pageSize;
+        }
+    }
+    if (mHeader && mMeasuredSize != 0) {
+        mSizesAreMeasured = mMeasuredSize != mHeader->pageSize || mHeader->reserved != 0;
+        mHeader->pageSize = mMeasuredSize;
+    }
+}
+
 void PageFile::findPageSize() {
     if (mHeader) {
         mPageSize = mHeader->pageSize;
         return;
     }
-    if (mWaiting) {
-        mPageSize = mWaiting->pageSize;
-        return;
-    }
-    // Pages fill their size to the last byte, so that the wrong sizes find next to nothing.
-    std::uint32_t most = 0;
-    for (std::uint32_t size = 512; size <= 65536; size *= 2) {
-        if (const std::uint32_t sound = soundPages(mStream, mStamps.front().size, size); sound > most) {
-            most = sound;
-            mPageSize = size;
-        }
-    }
-    if (most == 0) {
+    mPageSize = mWaiting ? mWaiting->pageSize : mMeasuredSize;
+    if (mPageSize == 0) {
         throw ToolError("nothing could be rescued: there are no pages of a database in " + mFile.string() +
                         "; name another file");
     }
@@ -140,7 +197,10 @@ void PageFile::countPages() {
             std::min<std::uint64_t>(highest, std::uint64_t{there} + mWaiting->places.size()));
         said = mWaiting->pageCount;
     }
-    mPageCount = said != 0 ? std::min(said, highest) : highest;
+    // A log's commit tells when the database got smaller. A header that counts too few is not believed: then
+    // the rest is there, or what is left of it.
+    mPageCount = mWaiting && said != 0 ? std::min(said, highest) : highest;
+    mCountedPages = said != 0 ? std::min(said, mPageCount) : mPageCount;
     mMissingPages = said > mPageCount ? said - mPageCount : 0;
     mBounds.pageCount = std::max(said, mPageCount);
     if (mStamps.front().size % mPageSize != 0 && said == 0) {

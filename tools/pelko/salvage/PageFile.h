@@ -29,8 +29,12 @@ public:
     std::uint32_t pageSize() const { return mPageSize; }
     /// Of those that there are; the database may have had more.
     std::uint32_t pageCount() const { return mPageCount; }
-    /// How many are missing at the end.
+    /// Of those that the header counts, when there are more.
+    std::uint32_t countedPages() const { return mCountedPages; }
+    /// How many are missing at the end, if the header is right.
     std::uint32_t missingPages() const { return mMissingPages; }
+    /// Whether the size of pages is what they themselves look like, and not what the header says.
+    bool sizesAreMeasured() const { return mSizesAreMeasured; }
     const PageBounds& bounds() const { return mBounds; }
     /// How many pages come from the file beside it.
     std::size_t waitingPages() const { return mWaiting ? mWaiting->places.size() : 0; }
@@ -50,9 +54,12 @@ private:
     };
 
     std::vector<Stamp> stamps() const;
+    void measureSizes();
     void takeWaitingPages();
     void findPageSize();
     void countPages();
+    void readHeader();
+    bool hasWideTexts();
 
     std::filesystem::path mFile;
     std::vector<Stamp> mStamps;
@@ -61,7 +68,10 @@ private:
     std::optional<WaitingPages> mWaiting;
     std::optional<FileHeader> mHeader;
     std::uint32_t mPageSize = 0;
+    std::uint32_t mMeasuredSize = 0;  // 0 where no page looks like one
+    bool mSizesAreMeasured = false;
     std::uint32_t mPageCount = 0;
+    std::uint32_t mCountedPages = 0;
     std::uint32_t mMissingPages = 0;
     PageBounds mBounds;
 };

@@ -1,6 +1,7 @@
 #include "tools/pelko/salvage/PageMap.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace pelkotool {
 
@@ -14,7 +15,10 @@ constexpr std::uint64_t looksForEach = 16;
 PageMap::PageMap(PageFile& file, const std::function<void(std::uint32_t)>& looked)
     : mPages(std::size_t{file.pageCount()} + 1), mLooksLeft(looksForEach * mPages.size()) {
     Bytes bytes;
-    std::vector<std::uint32_t> children;
+    // A tree may name pages that went with the end of the file, which the header does not tell of.
+    PageBounds anyPages = file.bounds();
+    anyPages.pageCount = std::numeric_limits<std::uint32_t>::max() - 1;
+    mFreePagesAreKnown = markFreePages(file);
     for (std::uint32_t number = 1; number <= file.pageCount(); ++number) {
         looked(number);
         if (!file.read(number, bytes)) {
@@ -23,15 +27,43 @@ PageMap::PageMap(PageFile& file, const std::function<void(std::uint32_t)>& looke
         const BTreePage page = parsePage(ByteView(bytes), number, file.bounds());
         mPages[number].kind = page.kind;
         mPages[number].sound = page.sound;
+        if (mPages[number].free) {
+            continue;  // what it names is long gone
+        }
         if (page.sound && isInterior(page.kind)) {
             for (const Cell& cell : page.cells) {
                 markChild(cell.child);
             }
             markChild(page.rightChild);
         }
+        noteHighest(page.sound || !isInterior(page.kind) ? page
+                                                         : parsePage(ByteView(bytes), number, anyPages));
     }
     markAdministration(file);
-    mFreePagesAreKnown = markFreePages(file);
+    mFreePagesAreKnown = mFreePagesAreKnown && isWithinCount(file);
+}
+
+void PageMap::noteHighest(const BTreePage& page) {
+    if (page.sound && isInterior(page.kind)) {
+        mHighestNamed = std::max(mHighestNamed, page.rightChild);
+        for (const Cell& cell : page.cells) {
+            mHighestNamed = std::max(mHighestNamed, cell.child);
+        }
+    }
+}
+
+std::uint32_t PageMap::missingPages() const {
+    const auto last = static_cast<std::uint32_t>(mPages.size() - 1);
+    return mHighestNamed > last ? mHighestNamed - last : 0;
+}
+
+/// Whether no page lies behind those that the header counts, or they are known to be in use: other pages
+/// there may be what is left of a database that was larger.
+bool PageMap::isWithinCount(const PageFile& file) const {
+    const std::uint32_t counted = file.countedPages();
+    return counted >= file.pageCount() || mHighestNamed > counted ||
+           std::any_of(mPages.begin() + counted + 1, mPages.end(),
+                       [](const PageInfo& page) { return page.free; });
 }
 
 void PageMap::markChild(std::uint32_t page) {
@@ -49,7 +81,10 @@ void PageMap::markAdministration(const PageFile& file) {
     if (file.header() && file.header()->hasPageMap) {
         const std::uint64_t told = file.bounds().usableSize / 5;  // pages that one of the map tells about
         for (std::uint64_t page = 2; page < mPages.size(); page += told + 1) {
-            mPages[static_cast<std::size_t>(page)].use = PageUse::administration;
+            PageInfo& info = mPages[static_cast<std::size_t>(page)];
+            if (!info.sound) {  // or else the header is wrong: it is a page of a tree
+                info.use = PageUse::administration;
+            }
         }
     }
 }

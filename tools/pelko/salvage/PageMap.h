@@ -43,18 +43,24 @@ public:
     /// page; one that was made to lead in circles, or many times to the same place, gets no more than those.
     bool mayFollow() { return mLooksLeft != 0 && mLooksLeft-- != 0; }
 
+    /// How many pages beyond the last one the trees name.
+    std::uint32_t missingPages() const;
+
     /// Pages that could not be made use of.
     std::uint32_t unusable() const;
 
 private:
     void markChild(std::uint32_t page);
+    void noteHighest(const BTreePage& page);
+    bool isWithinCount(const PageFile& file) const;
     void markAdministration(const PageFile& file);
     bool markFreePages(PageFile& file);
     bool markFree(std::uint32_t page);
 
     std::vector<PageInfo> mPages;  // by number; the first one stands for none
     std::uint64_t mLooksLeft;
-    bool mFreePagesAreKnown;
+    std::uint32_t mHighestNamed = 0;
+    bool mFreePagesAreKnown = false;
 };
 
 }  // namespace pelkotool

@@ -59,7 +59,7 @@ std::optional<Record> parseRecord(ByteView payload) {
     for (std::size_t place = headerSize->size; place < header.size();) {
         const std::optional<Varint> type = header.varint(place);
         const std::optional<std::uint64_t> size = type ? sizeOfSerial(type->value) : std::nullopt;
-        if (!size || !payload.holds(body, static_cast<std::size_t>(*size))) {
+        if (!size || !payload.holds(body, *size)) {
             return std::nullopt;
         }
         record.push_back(serialValue(type->value, payload.part(body, static_cast<std::size_t>(*size))));

@@ -49,7 +49,7 @@ void requireSomething(const SalvageReport& report, const std::filesystem::path& 
         throw ToolError("nothing could be rescued: " + file.string() +
                         " is a database, but none with the tables of a store; name another file");
     }
-    if (report.recovered() == 0 && !report.isWhole()) {
+    if (report.recovered() == 0 && !report.hasAllRows()) {
         throw ToolError("nothing could be rescued: no row of " + file.string() +
                         " can be read any more; look for an older copy of the file");
     }
@@ -67,9 +67,15 @@ long long SalvageReport::lost() const {
                            [](long long sum, const TableReport& table) { return sum + table.lost; });
 }
 
+bool SalvageReport::hasAllRows() const {
+    return schemaIsComplete && std::all_of(tables.begin(), tables.end(),
+                                           [](const TableReport& table) { return table.hasAllRows(); });
+}
+
 bool SalvageReport::isWhole() const {
-    return schemaIsComplete && std::all_of(tables.begin(), tables.end(), [](const TableReport& table) {
-               return table.lost == 0 && !table.mayBeMore && table.uncertain.empty() && !table.tooDifferent;
+    return hasAllRows() && otherTables.empty() &&
+           std::all_of(tables.begin(), tables.end(), [](const TableReport& table) {
+               return table.otherColumns.empty() && table.missingColumns.empty();
            });
 }
 
@@ -87,9 +93,10 @@ SalvageReport salvage(const std::filesystem::path& path, NewPath& out) {
     SalvageReport report;
     report.pages = file.pageCount();
     report.pageSize = file.pageSize();
-    report.missingPages = file.missingPages();
+    report.missingPages = std::max(file.missingPages(), map.missingPages());
     report.waitingPages = file.waitingPages();
     report.hasHeader = file.header().has_value();
+    report.sizesAreMeasured = report.hasHeader && file.sizesAreMeasured();
     report.schemaIsComplete = forest.schemaIsComplete;
     report.freePagesAreKnown = map.freePagesAreKnown();
     report.otherTables = forest.otherTables;

@@ -18,7 +18,8 @@ struct SalvageReport {
     std::uint32_t unusablePages = 0;  ///< of those that are there
     std::size_t waitingPages = 0;     ///< taken from the file beside it
     bool hasHeader = true;
-    bool schemaIsComplete = true;  ///< else some tables were found by the look of their pages
+    bool sizesAreMeasured = false;  ///< since the pages contradict the header
+    bool schemaIsComplete = true;   ///< else some tables were found by the look of their pages
     bool freePagesAreKnown = true;
     std::vector<TableReport> tables;
     std::vector<std::string> otherTables;  ///< not copied
@@ -26,6 +27,9 @@ struct SalvageReport {
     long long recovered() const;
     long long lost() const;
     /// Whether every row of the store's tables is there.
+    bool hasAllRows() const;
+    /// Whether, beyond that, nothing of the file was left behind, and nothing that the store expects is
+    /// empty.
     bool isWhole() const;
 };
 

@@ -34,6 +34,12 @@ std::optional<SchemaRow> schemaRowOf(const Record& record) {
     return row.isTable || record[0].bytes == "index" ? std::optional(row) : std::nullopt;
 }
 
+/// Whether a row that has no tree of its own is as SQLite writes one: a view, a trigger or a virtual table.
+bool isWithoutTree(const Record& record) {
+    return record.size() == 5 && record[3].kind == StorageClass::integer && record[3].integer == 0 &&
+           (record[0].bytes == "view" || record[0].bytes == "trigger" || record[0].bytes == "table");
+}
+
 const SchemaRow* findRow(const std::vector<SchemaRow>& rows, const std::string& name) {
     const auto found =
         std::find_if(rows.begin(), rows.end(), [&](const SchemaRow& row) { return row.name == name; });
@@ -77,6 +83,21 @@ std::vector<SchemaRow> strayRows(PageFile& file, PageMap& map) {
     return rows;
 }
 
+/// A number that leads to another's tree, into the middle of one or to a free page is no root: its row is a
+/// guess like any other.
+void doubtWrongRoots(const PageMap& map, SchemaRows& schema) {
+    for (SchemaRow& row : schema.rows) {
+        const auto sharing = std::count_if(schema.rows.begin(), schema.rows.end(),
+                                           [&](const SchemaRow& other) { return other.root == row.root; });
+        const bool isOthers = map.freePagesAreKnown() && map.has(row.root) &&
+                              (map.at(row.root).hasParent || map.at(row.root).free);
+        if (sharing > 1 || isOthers) {
+            row.certain = false;
+            schema.complete = false;
+        }
+    }
+}
+
 }  // namespace
 
 SchemaRows readSchema(PageFile& file, PageMap& map, const std::vector<SchemaRow>& freshStore) {
@@ -90,9 +111,10 @@ SchemaRows readSchema(PageFile& file, PageMap& map, const std::vector<SchemaRow>
                 row->certain = true;
                 schema.rows.push_back(*row);
             }
-            schema.complete = schema.complete && record.has_value();
+            schema.complete = schema.complete && record && (row || isWithoutTree(*record));
         });
     }
+    doubtWrongRoots(map, schema);
     if (!schema.complete) {
         addUnknown(schema.rows, strayRows(file, map));
         addUnknown(schema.rows, freshStore);

@@ -26,6 +26,12 @@ struct IndexMap {
     std::vector<std::size_t> columns;  ///< that it holds, counted as the store expects them; then the row id
 };
 
+/// A column under another name than the store's.
+struct TakenColumn {
+    std::string name;
+    std::string takenFor;
+};
+
 /// Where a table lies in the file, and where in its records the columns stand that the store expects.
 struct TableMap {
     const TableLayout* layout = nullptr;
@@ -36,6 +42,8 @@ struct TableMap {
     std::vector<std::optional<std::size_t>> places;  ///< within a record, for each expected column
     std::vector<Value> fallbacks;                    ///< for records that are shorter
     std::vector<std::string> otherColumns;           ///< that the store does not know
+    std::vector<std::string> missingColumns;         ///< that the store expects, and that have no place
+    std::vector<TakenColumn> takenColumns;           ///< whose places tell what they are, not their names
     std::vector<IndexMap> indexes;
 
     /// The row that a record stands for; nothing when it is none of this table.

@@ -32,6 +32,8 @@ TableRescue::TableRescue(PageFile& file, PageMap& map, const Forest& forest, std
     mReport.layout = mTree.map.layout;
     mReport.tooDifferent = mTree.map.tooDifferent;
     mReport.otherColumns = mTree.map.otherColumns;
+    mReport.missingColumns = mTree.map.missingColumns;
+    mReport.takenColumns = mTree.map.takenColumns;
 }
 
 TableReport TableRescue::run() {

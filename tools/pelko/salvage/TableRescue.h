@@ -25,7 +25,12 @@ struct TableReport {
     bool mayBeMore = false;           ///< whether more rows may have been there
     std::vector<RowPlace> uncertain;  ///< rows that were not taken, since they may be none of this table
     std::vector<RowPlace> taken;      ///< of those that may be of several tables
-    std::vector<std::string> otherColumns;
+    std::vector<std::string> otherColumns;    ///< not copied
+    std::vector<std::string> missingColumns;  ///< left empty
+    std::vector<TakenColumn> takenColumns;    ///< copied into one of another name
+
+    /// Whether all its rows are there.
+    bool hasAllRows() const { return lost == 0 && !mayBeMore && uncertain.empty() && !tooDifferent; }
 };
 
 /// Brings the rows of one table into the new file.

@@ -107,7 +107,7 @@ TEST_F(SalvageCommand, TakesUpTheLogThroughTheLastCommitThatHolds) {
     ASSERT_EQ(sqlite3_open(database().c_str(), &client), SQLITE_OK);
     sqlite3_exec(client, "PRAGMA wal_autocheckpoint = 0; UPDATE tbl_room SET name = 'first'", nullptr,
                  nullptr, nullptr);
-    const auto first = fs::file_size(database().string() + "-wal");
+    const auto first = static_cast<std::size_t>(fs::file_size(database().string() + "-wal"));
     sqlite3_exec(client, "UPDATE tbl_room SET name = 'second'; UPDATE tbl_room SET name = 'third'", nullptr,
                  nullptr, nullptr);
     const fs::path copy = folder() / "apart/db.dat";
@@ -173,6 +173,55 @@ TEST_F(SalvageCommand, FindsColumnsByTheirNames) {
     EXPECT_THAT(runWell({"salvage", out().string()}).out,
                 AllOf(HasSubstr("Not copied: the table notes,"),
                       HasSubstr("Not copied: the column mood of tbl_user,")));
+}
+
+TEST_F(SalvageCommand, NamesWhatWasLeftBehind) {
+    runWell({"send", "user:bob", "hi"});
+    execute("ALTER TABLE tbl_user ADD COLUMN mood text; CREATE TABLE notes (a)");
+    EXPECT_EQ(salvage(database())["nothing_lost"], false);
+    fs::remove(out());
+    EXPECT_THAT(runWell({"salvage", out().string()}).out,
+                testing::EndsWith("No row is known to be lost; there were no more. Left behind: notes, "
+                                  "tbl_user.mood.\n"));
+}
+
+TEST_F(SalvageCommand, NamesTheColumnsThatAreNotInTheFile) {
+    runWell({"send", "user:bob", "hi"});
+    execute("ALTER TABLE tbl_user DROP COLUMN gender");
+    const json report = salvage(database());
+    EXPECT_EQ(report["nothing_lost"], false);
+    EXPECT_EQ(report["columns_missing"], json({"tbl_user.gender"}));
+    fs::remove(out());
+    EXPECT_THAT(runWell({"salvage", out().string()}).out,
+                testing::EndsWith("there were no more. Not in the file: tbl_user.gender.\n"));
+}
+
+TEST_F(SalvageCommand, RescuesAnEmptyStoreBesideAnUnknownTable) {
+    runWell({"send", "user:bob", "hi"});
+    execute("DELETE FROM tbl_msg; DELETE FROM tbl_session; CREATE TABLE notes (a)");
+    EXPECT_EQ(salvage(database())["recovered"], 0);
+    expectStoreFile(out());
+}
+
+TEST_F(SalvageCommand, FindsRenamedColumnsByTheirPlaces) {
+    fill();
+    const fs::path file = damaged({});
+    executeOn(file,
+              "PRAGMA writable_schema = 1; UPDATE sqlite_master SET sql = replace(sql, 'text text', 'tezt "
+              "text') WHERE name = 'tbl_msg'; UPDATE sqlite_master SET sql = replace(sql, 'room_id', "
+              "'room_ie') WHERE name = 'tbl_room'");
+    ASSERT_THAT(rowsOf(file, "SELECT sql FROM sqlite_master WHERE name = 'tbl_msg'").front().front(),
+                HasSubstr("tezt text"));
+    const json report = salvage(file);
+    expectSameRows(out(), database());
+    EXPECT_EQ(report["nothing_lost"], true);
+    EXPECT_EQ(report["columns_by_place"],
+              json({{{"table", "tbl_msg"}, {"column", "tezt"}, {"taken_for", "text"}},
+                    {{"table", "tbl_room"}, {"column", "room_ie"}, {"taken_for", "room_id"}}}));
+    EXPECT_THAT(report["columns_not_copied"], IsEmpty());
+    fs::remove(out());
+    EXPECT_THAT(runWell({"salvage", out().string(), "--file", file.string()}).out,
+                AllOf(HasSubstr("tezt taken for text"), testing::EndsWith("\nNothing is lost.\n")));
 }
 
 TEST_F(SalvageCommand, LeavesOutATableThatIsTooDifferent) {
@@ -250,6 +299,17 @@ TEST_F(SalvageCommand, ADatabaseWithTextsInAnotherEncoding) {
     const fs::path file = folder() / "wide.dat";
     writeFile(file, "");
     executeOn(file, "PRAGMA encoding = 'UTF-16le'; CREATE TABLE tbl_room (room_id integer primary key)");
+    expectFails(file, AllOf(HasSubstr("wide.dat"), HasSubstr("UTF-16")));
+}
+
+TEST_F(SalvageCommand, ADatabaseWithManyTextsInAnotherEncoding) {
+    const fs::path file = folder() / "wide.dat";
+    writeFile(file, "");
+    executeOn(
+        file,
+        "PRAGMA encoding = 'UTF-16be'; CREATE TABLE tbl_group_list (group_id bigint primary key); CREATE "
+        "TABLE tbl_user (username text primary key); WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i "
+        "+ 1 FROM n WHERE i < 900) INSERT INTO tbl_user SELECT char(20013, 25991) || i FROM n");
     expectFails(file, AllOf(HasSubstr("wide.dat"), HasSubstr("UTF-16")));
 }
 

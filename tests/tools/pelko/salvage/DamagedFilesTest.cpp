@@ -176,6 +176,120 @@ TEST_F(DamagedFile, FindsThePageSizeWhereTheHeaderIsDestroyed) {
     }
 }
 
+TEST_F(DamagedFile, IsReadToItsEndWhenItsHeaderCountsTooFewPages) {
+    fill(3000);
+    const fs::path file = damaged({});
+    std::string content = contentOf(file);
+    content.replace(28, 4, std::string("\0\0\0\x14", 4));
+    writeFile(file, content);
+    const json report = salvage(file);
+    EXPECT_EQ(report["pages"], content.size() / 4096);
+    EXPECT_EQ(report["nothing_lost"], true);
+    expectSameRows(out(), database());
+}
+
+TEST_F(DamagedFile, TakesNoOldRowsFromBehindThePagesThatItsHeaderCounts) {
+    // Left there by a larger database: nothing of the file leads to them.
+    fill();
+    const RowPages pages = rowPagesOf(database());
+    const std::uint32_t room = pages.roots.at("tbl_room");
+    std::string old = contentOf(database()).substr((room - 1) * 4096, 4096);
+    old.replace(old.find("room "), 5, "RUIN ");
+    writeFile(folder() / "longer.dat", contentOf(damaged({room})) + old);
+    const json report = salvage(folder() / "longer.dat");
+    EXPECT_EQ(tableOf(report, "tbl_room")["recovered"], 0);
+    EXPECT_EQ(report["free_pages_known"], false);
+    expectOnlyOriginalRows(database());
+}
+
+TEST_F(DamagedFile, IsReadWithAHeaderThatIsWrongAboutSizes) {
+    fill(3000);
+    struct Change {
+        std::size_t place;
+        std::string bytes;
+    };
+    const Change changes[] = {{20, "\x02"}, {20, "\x10"},          {20, "\xff"},
+                              {16, "\x20"}, {16, "\x08"},          {16, "\x11"},
+                              {17, "\x01"}, {16, {"\x00\x01", 2}}, {16, {"\x02\x00", 2}}};
+    for (const Change& change : changes) {
+        SCOPED_TRACE(testing::PrintToString(change.bytes) + " at " + std::to_string(change.place));
+        const fs::path file = damaged({});
+        std::string content = contentOf(file);
+        content.replace(change.place, change.bytes.size(), change.bytes);
+        writeFile(file, content);
+        EXPECT_EQ(salvage(file)["page_size"], 4096);
+        expectSameRows(out(), database());
+    }
+}
+
+TEST_F(DamagedFile, KeepsTheSizesOfASoundHeader) {
+    // Where next to nothing but the header and a few pages is left, and where pages keep some bytes back.
+    fill(3000);
+    std::set<std::uint32_t> damage;
+    const RowPages pages = rowPagesOf(database());
+    for (std::uint32_t page = 2; page <= pages.pageCount; ++page) {
+        if (page % 40 != 2) {
+            damage.insert(page);
+        }
+    }
+    const json report = salvage(damaged(damage));
+    EXPECT_EQ(report["page_size"], 4096);
+    EXPECT_EQ(report["header_contradicted"], false);
+    expectOnlyOriginalRows(database());
+}
+
+TEST_F(DamagedFile, IsReadWithAHeaderThatTellsAnotherEncoding) {
+    fill();
+    for (const char* const encoding : {"\x02", "\x03"}) {
+        const fs::path file = damaged({});
+        std::string content = contentOf(file);
+        content.replace(59, 1, encoding);
+        writeFile(file, content);
+        salvage(file);
+        expectSameRows(out(), database());
+    }
+}
+
+TEST_F(DamagedFile, TakesNoRowsOfATableForThoseOfAnother) {
+    // A schema row whose root is another table's, or a page in the middle of one.
+    fill(3000);
+    const RowPages pages = rowPagesOf(database());
+    const std::uint32_t leaf = *pages.rows.at("tbl_msg").at(100).begin();
+    ASSERT_NE(leaf, pages.roots.at("tbl_msg"));
+    for (const auto& [table, root] :
+         {std::pair{"tbl_session", pages.roots.at("tbl_msg_config")}, std::pair{"tbl_notify", leaf}}) {
+        SCOPED_TRACE(table);
+        const fs::path file = damaged({});
+        executeOn(file, "PRAGMA writable_schema = 1; UPDATE sqlite_master SET rootpage = " +
+                            std::to_string(root) + " WHERE name = '" + table + "'");
+        const json report = salvage(file);
+        EXPECT_EQ(report["nothing_lost"], false);
+        const json told = tableOf(report, table);  // without an index, its rows may be none of the table
+        EXPECT_EQ(told["recovered"].get<std::size_t>() + told["uncertain"].get<std::size_t>(),
+                  pages.rows.at(table).size());
+        expectOnlyOriginalRows(database());
+    }
+}
+
+TEST_F(DamagedFile, TellsHowManyPagesAreMissing) {
+    fill(3000);
+    const fs::path whole = damaged({});
+    std::string content = contentOf(whole);
+    const std::size_t there = content.size() / 4096 / 2;
+    const std::size_t missing = content.size() / 4096 - there;
+    content.resize(there * 4096);
+    const std::string told = "; " + std::to_string(missing) + " of " + std::to_string(there + missing) +
+                             " pages are missing; there may have been more.\n";
+    writeFile(whole, content);
+    const std::vector<std::string> command = {"salvage", out().string(), "--file", whole.string()};
+    EXPECT_THAT(runWell(command).out, testing::EndsWith(told));
+    // Without a count in the header, the trees name at least most of them.
+    content.replace(28, 4, 4, '\0');
+    writeFile(whole, content);
+    EXPECT_GT(salvage(whole)["missing_pages"], missing / 2);
+    EXPECT_LE(salvage(whole)["missing_pages"], missing);
+}
+
 TEST_F(DamagedFile, RescuesWhatIsLeftOfAFileThatWasCutShort) {
     fill(3000);
     const fs::path file = damaged({});

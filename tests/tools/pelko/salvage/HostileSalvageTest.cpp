@@ -140,4 +140,12 @@ TEST_F(HostileSalvage, RunsNoTextOfASchemaForEver) {
     EXPECT_GT(salvage(contentOf(database())), 100);
 }
 
+TEST_F(HostileSalvage, EndsWhereATextOfTheSchemaTakesItsTimeInFewSteps) {
+    execute(
+        "PRAGMA writable_schema = 1; UPDATE sqlite_master SET sql = 'CREATE TABLE tbl_room AS SELECT 1 AS "
+        "room_id,(WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x+1 FROM c) SELECT "
+        "sum(length(hex(zeroblob(60000000+x%3)))) FROM c) AS name' WHERE name = 'tbl_room'");
+    EXPECT_GT(salvage(contentOf(database())), 100);
+}
+
 }  // namespace

@@ -47,6 +47,7 @@ TEST(ByteView, NeverReadsBeyondItsEnd) {
     EXPECT_THROW(view.part(2, 3), std::out_of_range);
     EXPECT_THROW(view.part(SIZE_MAX, 2), std::out_of_range);
     EXPECT_FALSE(view.holds(2, SIZE_MAX));
+    EXPECT_FALSE(view.holds(0, (std::uint64_t{1} << 32U) + 1));
 }
 
 TEST(ParseRecord, ReadsEveryClass) {
@@ -92,6 +93,7 @@ TEST(ParseRecord, TakesNothingThatDoesNotAddUp) {
     EXPECT_FALSE(parse({2, 11, 5}));
     EXPECT_FALSE(parse({2, 0x81, 0x0d, 5}));  // a type that reaches out of the header
     EXPECT_FALSE(parse({10, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff}));  // a negative type
+    EXPECT_FALSE(parse({6, 0xa0, 0x80, 0x80, 0x80, 0x0e, 5}));  // of 2^32 + 1 bytes, however long a size is
     EXPECT_FALSE(parse({10, 0xbf, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff}));  // of 2^61 bytes
 }
 
