@@ -3,8 +3,8 @@
 
 namespace pelkotool {
 
-/// From now on, the first Ctrl-C or termination request only sets a mark; another one, some seconds later, ends
-/// the program.
+/// From now on, the first Ctrl-C or termination request only sets a mark; another one, some seconds later,
+/// ends the program.
 void catchInterrupts();
 
 /// Whether a request to stop has come.

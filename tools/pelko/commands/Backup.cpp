@@ -162,7 +162,7 @@ BackupReport backup(const fs::path& file, const NewPath& out) {
         try {
             const StopOnInterrupt stop(from.handle());
             requireStoreFile(from);
-            const BackupReport report = copyOnce(from, out.unfinished());
+            BackupReport report = copyOnce(from, out.unfinished());
             from.requireUnchanged();
             return report;
         } catch (const ToolError&) {

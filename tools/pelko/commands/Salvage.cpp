@@ -121,10 +121,10 @@ std::string leftBehind(const SalvageReport& report) {
             left.push_back(name);
         }
         for (const std::string& column : table.otherColumns) {
-            left.push_back(name + '.' + column);
+            left.push_back(std::string(name).append(1, '.').append(column));
         }
         for (const std::string& column : table.missingColumns) {
-            missing.push_back(name + '.' + column);
+            missing.push_back(std::string(name).append(1, '.').append(column));
         }
     }
     const auto listed = [](const char* what, const std::vector<std::string>& names) {

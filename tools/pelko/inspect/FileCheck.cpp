@@ -177,7 +177,7 @@ FileCheck checkOpened(const Database& database, bool full) {
 FileCheck checkFile(const fs::path& file, bool full) {
     try {
         const Database database = Database::openToRead(file);
-        const FileCheck check = checkOpened(database, full);
+        FileCheck check = checkOpened(database, full);
         database.requireUnchanged();
         return check;
     } catch (const SqliteError& failure) {

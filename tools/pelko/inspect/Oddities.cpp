@@ -9,7 +9,7 @@ namespace pelkotool {
 namespace {
 
 // The clocks of two phones may differ by so much without harm.
-constexpr long long clockDifference = 60 * 60;
+constexpr long long clockDifference = 60LL * 60;
 
 }  // namespace
 

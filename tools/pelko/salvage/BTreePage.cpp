@@ -136,6 +136,7 @@ bool addFreeBlocks(ByteView page, const PageLayout& layout, std::vector<PageExte
 /// Whether cells, free blocks and the fragments between them fill the content area exactly.
 bool fillsPage(ByteView page, const PageLayout& layout, const std::vector<Cell>& cells) {
     std::vector<PageExtent> extents;
+    extents.reserve(cells.size());
     for (const Cell& cell : cells) {
         extents.emplace_back(cell.offset, cell.size);
     }

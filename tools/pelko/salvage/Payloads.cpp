@@ -26,7 +26,7 @@ bool mayContinueOn(const PageMap& map, std::uint32_t page, Purpose purpose) {
 /// Follows the chain of pages: each begins with the number of the next one, and the last one with 0.
 std::optional<Payload> payloadOf(PageFile& file, PageMap& map, ByteView page, const Cell& cell,
                                  Purpose purpose) {
-    constexpr std::uint64_t longest = 128 * 1024 * 1024;  // the store takes no longer rows
+    constexpr std::uint64_t longest = 128ULL * 1024 * 1024;  // the store takes no longer rows
     if (cell.payloadSize > longest) {
         return std::nullopt;
     }

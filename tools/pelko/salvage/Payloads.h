@@ -14,7 +14,7 @@ namespace pelkotool {
 enum class Purpose { look, use };
 
 /// Calls back with each cell of the page, and its record where the whole of it could be read.
-void forEachRecord(PageFile& file, PageMap& map, std::uint32_t page, Purpose purpose,
+void forEachRecord(PageFile& file, PageMap& map, std::uint32_t number, Purpose purpose,
                    const std::function<void(const Cell&, std::optional<Record>)>& visit);
 
 }  // namespace pelkotool

@@ -35,7 +35,7 @@ struct SalvageReport {
 
 /// Copies what can be read of a database file into a new one, which gets its name when it is whole.
 /// @throws ToolError when nothing could be rescued
-SalvageReport salvage(const std::filesystem::path& file, NewPath& out);
+SalvageReport salvage(const std::filesystem::path& path, NewPath& out);
 
 }  // namespace pelkotool
 

@@ -100,11 +100,9 @@ void TableRescue::copyReached() {
         forEachRecord(
             mFile, mMap, page, Purpose::use, [&](const Cell& cell, const std::optional<Record>& record) {
                 const std::optional<Row> row = record ? mTree.map.rowOf(cell.rowId, *record) : std::nullopt;
-                if (!row) {
-                    mUnreadable.push_back(cell.rowId);
-                } else if (!isAcceptable(*row, {true, true, false})) {
+                if (row && !isAcceptable(*row, {true, true, false})) {
                     mReport.uncertain.emplace_back(page, cell.offset);
-                } else if (!insert(*row)) {
+                } else if (!row || !insert(*row)) {
                     mUnreadable.push_back(cell.rowId);
                 }
             });
