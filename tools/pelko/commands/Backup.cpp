@@ -55,14 +55,6 @@ struct BackupFinisher {
     throw SqliteError("cannot copy " + file.string() + ": " + reason + remedyFor(reason), code & 0xff);
 }
 
-std::string quotedTableName(const std::string& name) {
-    std::string quoted = "\"";
-    for (const char c : name) {
-        quoted.append(c == '"' ? 2 : 1, c);
-    }
-    return quoted + '"';
-}
-
 /// The rows of each table that is stored in the file.
 std::vector<CopiedTable> countAllRows(const Database& database) {
     std::vector<CopiedTable> counts;
@@ -71,7 +63,7 @@ std::vector<CopiedTable> countAllRows(const Database& database) {
     while (tables.step()) {
         stopIfInterrupted(noBackup);
         const std::string name = tables.text(0);
-        counts.push_back({name, database.number("SELECT COUNT(*) FROM " + quotedTableName(name))});
+        counts.push_back({name, database.number("SELECT COUNT(*) FROM " + quotedName(name))});
     }
     return counts;
 }

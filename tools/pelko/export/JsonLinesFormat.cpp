@@ -19,12 +19,4 @@ std::string columnOfKey(const std::string& field) {
     return field.rfind(columnPrefix, 0) == 0 ? field.substr(prefixLength) : field;
 }
 
-std::string quotedName(const std::string& name) {
-    std::string quoted = "\"";
-    for (const char c : name) {
-        quoted.append(c == '"' ? 2 : 1, c);
-    }
-    return quoted + '"';
-}
-
 }  // namespace pelkotool

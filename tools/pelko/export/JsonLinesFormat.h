@@ -37,9 +37,6 @@ std::string keyOfColumn(const std::string& name);
 /// The inverse.
 std::string columnOfKey(const std::string& field);
 
-/// A name in SQL, whatever it holds.
-std::string quotedName(const std::string& name);
-
 }  // namespace pelkotool
 
 #endif  // PELKO_TOOL_EXPORT_JSON_LINES_FORMAT_H

@@ -45,6 +45,14 @@ void requireReadableFile(const fs::path& file) {
     }
 }
 
+std::string quotedName(const std::string& name) {
+    std::string quoted = "\"";
+    for (const char c : name) {
+        quoted.append(c == '"' ? 2 : 1, c);
+    }
+    return quoted + '"';
+}
+
 fs::path besideDatabase(const fs::path& file, const std::string& suffix) {
     fs::path beside = file;
     beside += suffix;

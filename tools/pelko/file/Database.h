@@ -114,6 +114,9 @@ private:
 /// @throws ToolError for a file that is not there, is none or cannot be read
 void requireReadableFile(const std::filesystem::path& file);
 
+/// A name in SQL, whatever it holds.
+std::string quotedName(const std::string& name);
+
 /// The path of a file that SQLite keeps beside a database: "db.dat" and "-wal" give "db.dat-wal".
 std::filesystem::path besideDatabase(const std::filesystem::path& file, const std::string& suffix);
 

@@ -81,14 +81,6 @@ std::uintmax_t estimatedRows(const Database& database, const std::string& quoted
     }
 }
 
-std::string quoted(const std::string& name, char quote) {
-    std::string text(1, quote);
-    for (const char c : name) {
-        text += c == quote ? std::string(2, c) : std::string(1, c);
-    }
-    return text + quote;
-}
-
 std::vector<CheckPart> partsOf(const Database& database, bool full, long long pages) {
     std::vector<CheckPart> parts;
     std::uintmax_t allRows = 1;
@@ -106,11 +98,11 @@ std::vector<CheckPart> partsOf(const Database& database, bool full, long long pa
         "SELECT name FROM sqlite_master WHERE type = 'table' AND rootpage > 0 ORDER BY rowid");
     while (tables.step()) {
         const std::string name = tables.text(0);
-        const std::uintmax_t rows = estimatedRows(database, quoted(name, '"'), pages);
+        const std::uintmax_t rows = estimatedRows(database, quotedName(name), pages);
         allRows += rows;
-        parts.push_back(
-            {name, (full ? "PRAGMA integrity_check(" : "PRAGMA quick_check(") + quoted(name, '\'') + ")",
-             rows * (full ? fullStepsPerRow : quickStepsPerRow)});
+        parts.push_back({name,
+                         (full ? "PRAGMA integrity_check(" : "PRAGMA quick_check(") + quotedName(name) + ")",
+                         rows * (full ? fullStepsPerRow : quickStepsPerRow)});
     }
     // What belongs to no table or to two: free pages, and pages that are lost or used twice.
     parts.push_back(
