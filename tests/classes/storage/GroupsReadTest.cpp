@@ -13,7 +13,7 @@ using testing::IsEmpty;
 
 namespace {
 
-constexpr uint largest = std::numeric_limits<uint>::max();
+constexpr uint largestStored = std::numeric_limits<uint>::max();
 
 class GroupsReadTest : public GroupsTest {};
 
@@ -58,7 +58,7 @@ TEST_F(GroupsReadTest, IdsAreStoredAndReadInFull) {
 }
 
 TEST_F(GroupsReadTest, AnyVersionButZeroMeansThatTheDetailsAreKnown) {
-    for (const uint version : {0U, 1U, 2147483648U, largest}) {
+    for (const uint version : {0U, 1U, 2147483648U, largestStored}) {
         stored(climbers(), version);
         EXPECT_EQ(db().getGroupInfo(77).hasGotDetail, version != 0) << version;
     }

@@ -14,8 +14,8 @@ using testing::IsEmpty;
 
 namespace {
 
-constexpr char dump[] = "SELECT * FROM tbl_group ORDER BY group_id";
-constexpr uint largest = std::numeric_limits<uint>::max();
+constexpr char allGroups[] = "SELECT * FROM tbl_group ORDER BY group_id";
+constexpr uint largestVersion = std::numeric_limits<uint>::max();
 
 // ---- insertOrUpdateGroup
 
@@ -27,7 +27,7 @@ TEST_F(GroupsTest, NewGroupIsInserted) {
                             "capacity, type, owner, info_version ,need_auth) VALUES (77, 'Climbers', "
                             "'http://icons/2', 'icons/2.png', 'icons/2-small.png', 'every Sunday', 40, 1, "
                             "'alice', 3, 1)"));
-    EXPECT_EQ(rows(dump),
+    EXPECT_EQ(rows(allGroups),
               (std::vector<Row>{{"77", "Climbers", "http://icons/2", "icons/2.png", "icons/2-small.png",
                                  "every Sunday", "40", "1", "alice", "3", "1"}}));
     expectNothingLogged();
@@ -44,7 +44,7 @@ TEST_F(GroupsTest, KnownGroupIsUpdated) {
             "UPDATE tbl_group SET name = 'Climbers', icon_url = 'http://icons/2', icon_path = "
             "'icons/2.png', icon_path_ex = 'icons/2-small.png', info = 'every Sunday', capacity = 40, "
             "type = 1, owner = 'alice', info_version = 3, need_auth = 1 WHERE group_id = 77"));
-    EXPECT_EQ(rows(dump),
+    EXPECT_EQ(rows(allGroups),
               (std::vector<Row>{{"77", "Climbers", "http://icons/2", "icons/2.png", "icons/2-small.png",
                                  "every Sunday", "40", "1", "alice", "3", "1"},
                                 {"78", "other", "", "", "", "", "0", "0", "", "1", "0"}}));
@@ -54,7 +54,7 @@ TEST_F(GroupsTest, KnownGroupIsUpdated) {
 TEST_F(GroupsTest, SecondStoringReplacesTheFirstWithASmallerVersionToo) {
     stored(climbers(), 9);
     EXPECT_TRUE(store(groupOf(77, "bare"), 2));
-    EXPECT_EQ(rows(dump), (std::vector<Row>{{"77", "bare", "", "", "", "", "0", "0", "", "2", "0"}}));
+    EXPECT_EQ(rows(allGroups), (std::vector<Row>{{"77", "bare", "", "", "", "", "0", "0", "", "2", "0"}}));
     EXPECT_TRUE(store(groupOf(77, "bare"), 2)) << "the same again is a change, too";
     EXPECT_EQ(value("SELECT count(*) FROM tbl_group"), "1");
 }
@@ -89,11 +89,11 @@ TEST_F(GroupsTest, NameAndInfoAreEscaped) {
 
 TEST_F(GroupsTest, UnsignedNumbersAreWrittenAsSignedOnes) {
     PelkoGroup group = groupOf(5, "full");
-    group.capacity = largest;
-    EXPECT_TRUE(store(group, largest - 1));
+    group.capacity = largestVersion;
+    EXPECT_TRUE(store(group, largestVersion - 1));
     EXPECT_EQ(rows("SELECT capacity, info_version FROM tbl_group"), (std::vector<Row>{{"-1", "-2"}}));
-    EXPECT_EQ(db().getGroupInfo(5).capacity, largest);
-    EXPECT_EQ(db().getTargetInfoVersion(PelkoGroup(5)), largest - 1);
+    EXPECT_EQ(db().getGroupInfo(5).capacity, largestVersion);
+    EXPECT_EQ(db().getTargetInfoVersion(PelkoGroup(5)), largestVersion - 1);
 }
 
 TEST_F(GroupsTest, OwnerTypesAreStoredAsTheirNumbers) {
@@ -169,13 +169,13 @@ TEST_F(GroupsTest, FailedLookUpIsFollowedByAnInsertion) {
 
 // ---- the values that are not escaped
 
-struct UnescapedField {
+struct UnescapedGroupField {
     const char* name;
     std::string PelkoMedia::*ofIcon;  ///< null for the owner
     const char* secondRow;            ///< what pasted there would end the row and begin another one
 };
 
-class GroupsUnescapedValues : public GroupsTest, public testing::WithParamInterface<UnescapedField> {
+class GroupsUnescapedValues : public GroupsTest, public testing::WithParamInterface<UnescapedGroupField> {
 protected:
     static PelkoGroup groupWith(s64 id, const std::string& text) {
         PelkoGroup group = groupOf(id, "changed");
@@ -188,7 +188,7 @@ protected:
 TEST_P(GroupsUnescapedValues, AnyQuoteFailsAndChangesNothing) {
     stored(climbers(), 3);
     stored(groupOf(6, "other"), 4);
-    const std::vector<Row> before = rows(dump);
+    const std::vector<Row> before = rows(allGroups);
     for (const std::string& text : Strings{"'", "it's", "a''b", "x'||'y", "x', 'y", "x', name = 'y",
                                            "x' WHERE 1=1 --", "/app/x'||'y", GetParam().secondRow}) {
         SCOPED_TRACE(text);
@@ -197,7 +197,7 @@ TEST_P(GroupsUnescapedValues, AnyQuoteFailsAndChangesNothing) {
             EXPECT_FALSE(store(groupWith(id, text)));
             expectFailureLogged("insertOrUpdateGroup", HasSubstr("unrecognized token"));
             EXPECT_THAT(statements(), ElementsAre(lookUp(id)));
-            EXPECT_EQ(rows(dump), before);
+            EXPECT_EQ(rows(allGroups), before);
         }
     }
 }
@@ -221,12 +221,12 @@ TEST_P(GroupsUnescapedValues, AnythingElseIsKeptByteForByte) {
 INSTANTIATE_TEST_SUITE_P(
     Fields, GroupsUnescapedValues,
     testing::Values(
-        UnescapedField{"IconUrl", &PelkoMedia::url, "x', '', '', '', 0, 0, '', 0, 0), (99, 'second', 'y"},
-        UnescapedField{"IconPath", &PelkoMedia::path, "x', '', '', 0, 0, '', 0, 0), (99, 'second', '', 'y"},
-        UnescapedField{"IconPathEx", &PelkoMedia::pathEx,
+        UnescapedGroupField{"IconUrl", &PelkoMedia::url, "x', '', '', '', 0, 0, '', 0, 0), (99, 'second', 'y"},
+        UnescapedGroupField{"IconPath", &PelkoMedia::path, "x', '', '', 0, 0, '', 0, 0), (99, 'second', '', 'y"},
+        UnescapedGroupField{"IconPathEx", &PelkoMedia::pathEx,
                        "x', '', 0, 0, '', 0, 0), (99, 'second', '', '', 'y"},
-        UnescapedField{"Owner", nullptr, "x', 0, 0), (99, 'second', '', '', '', '', 0, 0, 'y"}),
-    [](const testing::TestParamInfo<UnescapedField>& field) { return std::string(field.param.name); });
+        UnescapedGroupField{"Owner", nullptr, "x', 0, 0), (99, 'second', '', '', '', '', 0, 0, 'y"}),
+    [](const testing::TestParamInfo<UnescapedGroupField>& field) { return std::string(field.param.name); });
 
 // ---- groupExist and deleteGroup
 
@@ -282,7 +282,7 @@ TEST_P(GroupFailures, WithoutTheTable) {
     expectFailureWithout(std::string(GetParam().name) == "getGroupList" ? "tbl_group_list" : "tbl_group");
 }
 
-const Operation operations[] = {
+const Operation groupOperations[] = {
     {"insertOrUpdateGroup", "insertOrUpdateGroup",
      [](PelkoDBManager& db) {
          PelkoGroup group = climbers();
@@ -308,8 +308,8 @@ const Operation operations[] = {
 // groupExist makes no readiness check, and insertOrUpdateGroup fails twice without the table; both have tests
 // of their own.
 INSTANTIATE_TEST_SUITE_P(ButGroupExist, GroupOperations,
-                         testing::ValuesIn(std::begin(operations), std::end(operations) - 1), nameOf);
+                         testing::ValuesIn(std::begin(groupOperations), std::end(groupOperations) - 1), nameOf);
 INSTANTIATE_TEST_SUITE_P(ButInsertOrUpdate, GroupFailures,
-                         testing::ValuesIn(std::begin(operations) + 1, std::end(operations)), nameOf);
+                         testing::ValuesIn(std::begin(groupOperations) + 1, std::end(groupOperations)), nameOf);
 
 }  // namespace

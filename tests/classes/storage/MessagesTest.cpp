@@ -15,11 +15,11 @@ using testing::IsEmpty;
 
 namespace {
 
-constexpr char insertHead[] =
+constexpr char insertMsgHead[] =
     "INSERT INTO tbl_msg (msg_id, type, date, text, media_type, media_path, ex_media_path, media_url, "
     "media_status, duration, receiver_type, receiver_id, sender_type, sender_id, status, extra_path) VALUES";
 constexpr char selectRowId[] = "SELECT last_insert_rowid()";
-constexpr char allRows[] = "SELECT * FROM tbl_msg ORDER BY db_id";
+constexpr char allMessages[] = "SELECT * FROM tbl_msg ORDER BY db_id";
 
 PelkoMessage textMessage(s64 id = 0) {
     PelkoMessage message = PelkoMessage::createTextMessage(PelkoUser("alice"), PelkoUser("me"), "hello");
@@ -47,11 +47,11 @@ TEST_F(MessagesTest, InsertWritesEveryField) {
     EXPECT_THAT(
         statements(),
         ElementsAre("SELECT * FROM tbl_msg WHERE msg_id = 9007199254740993",
-                    std::string(insertHead) +
+                    std::string(insertMsgHead) +
                         "(9007199254740993, 1, 1700000000, 'it''s', 1, 'media/small.jpg', "
                         "'media/full.jpg', 'http://host/a.jpg', 2, 12, 2, '77', 0, 'alice', 1, 'extra')",
                     selectRowId));
-    EXPECT_EQ(rows(allRows), (std::vector<Row>{{"9007199254740993", "1", "1", "1700000000", "it's", "1",
+    EXPECT_EQ(rows(allMessages), (std::vector<Row>{{"9007199254740993", "1", "1", "1700000000", "it's", "1",
                                                 "media/small.jpg", "media/full.jpg", "http://host/a.jpg", "2",
                                                 "12", "2", "77", "0", "alice", "1", "extra"}}));
     EXPECT_EQ(message.dbID, 1);
@@ -61,7 +61,7 @@ TEST_F(MessagesTest, InsertWritesEveryField) {
 TEST_F(MessagesTest, InsertOfADefaultMessageWritesZerosAndEmptyStrings) {
     PelkoMessage message;
     EXPECT_TRUE(db().insertMessage(&message));
-    EXPECT_THAT(statements(), ElementsAre(std::string(insertHead) +
+    EXPECT_THAT(statements(), ElementsAre(std::string(insertMsgHead) +
                                               "(0, 0, 0, '', 0, '', '', '', 0, 0, 0, '', 0, '', 0, '')",
                                           selectRowId));
 }
@@ -74,7 +74,7 @@ TEST_F(MessagesTest, InsertWithoutServiceIdNeverLooksForADuplicate) {
     EXPECT_EQ(message.dbID, 2);
     EXPECT_EQ(rows("SELECT db_id, msg_id FROM tbl_msg"), (std::vector<Row>{{"1", "0"}, {"2", "0"}}));
     const std::string insert =
-        std::string(insertHead) + "(0, 0, 0, 'hello', 0, '', '', '', 0, 0, 0, 'me', 0, 'alice', 0, '')";
+        std::string(insertMsgHead) + "(0, 0, 0, 'hello', 0, '', '', '', 0, 0, 0, 'me', 0, 'alice', 0, '')";
     EXPECT_THAT(statements(), ElementsAre(insert, selectRowId, insert, selectRowId));
 }
 
@@ -90,7 +90,7 @@ TEST_F(MessagesTest, RowIdIsTheDatabasesOwnAnd64Bits) {
 TEST_F(MessagesTest, OnlyTextAndUserNamesAreEscaped) {
     PelkoMessage message = PelkoMessage::createTextMessage(PelkoUser("o'brien"), PelkoUser("'d'"), "'it''s'");
     EXPECT_TRUE(db().insertMessage(&message));
-    EXPECT_EQ(statements().front(), std::string(insertHead) +
+    EXPECT_EQ(statements().front(), std::string(insertMsgHead) +
                                         "(0, 0, 0, '''it''''s''', 0, '', '', '', 0, 0, 0, "
                                         "'''d''', 0, 'o''brien', 0, '')");
     EXPECT_EQ(rows("SELECT text, sender_id, receiver_id FROM tbl_msg"),
@@ -148,7 +148,7 @@ TEST_F(MessagesTest, ExtraDataIsNotStored) {
     db().insertMessage(&message);
     EXPECT_EQ(
         statements().front(),
-        std::string(insertHead) + "(0, 0, 0, 'hello', 0, '', '', '', 0, 0, 0, 'me', 0, 'alice', 0, '')");
+        std::string(insertMsgHead) + "(0, 0, 0, 'hello', 0, '', '', '', 0, 0, 0, 'me', 0, 'alice', 0, '')");
 }
 
 TEST_F(MessagesTest, TextsOfAnyLengthAndContentAreStored) {
@@ -214,12 +214,12 @@ TEST_F(MessagesTest, InsertOfNoMessageIsFalse) {
 
 TEST_F(MessagesTest, KnownMessageWithoutRowIdChangesNothingAndCountsAsStored) {
     store(imageMessage());
-    const std::vector<Row> before = rows(allRows);
+    const std::vector<Row> before = rows(allMessages);
     PelkoMessage again = imageMessage();
     again.status = PelkoMessageStatusRead;
     EXPECT_TRUE(db().insertMessage(&again));
     EXPECT_EQ(again.dbID, 0);
-    EXPECT_EQ(rows(allRows), before);
+    EXPECT_EQ(rows(allMessages), before);
     EXPECT_THAT(
         statements(),
         ElementsAre("SELECT * FROM tbl_msg WHERE msg_id = 9007199254740993",
@@ -273,7 +273,7 @@ TEST_F(MessagesTest, UpdateWritesWhatMayChangeAndNothingElse) {
                 ElementsAre("UPDATE tbl_msg SET msg_id = 8, date = -1, media_path = 'new', ex_media_path = "
                             "'/elsewhere/new2', status = 5, media_status = 3, extra_path = 'new extra', "
                             "media_url = 'http://host/new' WHERE db_id = 1"));
-    EXPECT_EQ(rows(allRows),
+    EXPECT_EQ(rows(allMessages),
               (std::vector<Row>{{"8", "1", "1", "-1", "it's", "1", "new", "/elsewhere/new2",
                                  "http://host/new", "3", "12", "2", "77", "0", "alice", "5", "new extra"}}));
     expectNothingLogged();
@@ -292,13 +292,13 @@ TEST_F(MessagesTest, UpdateChangesTheNamedRowAlone) {
 
 TEST_F(MessagesTest, UpdateOfAnUnknownRowIsFalse) {
     store(textMessage(7));
-    const std::vector<Row> before = rows(allRows);
+    const std::vector<Row> before = rows(allMessages);
     PelkoMessage message = textMessage(7);
     for (const s64 dbID : {0LL, 2LL, -1LL}) {
         message.dbID = dbID;
         EXPECT_FALSE(db().updateMessage(message));
     }
-    EXPECT_EQ(rows(allRows), before);
+    EXPECT_EQ(rows(allMessages), before);
     expectNothingLogged();
 }
 
@@ -319,8 +319,8 @@ TEST_F(MessagesTest, SaveInsertsInOrderWithoutATransactionAndFillsInRowIds) {
     const std::string values = ", 0, 0, 'hello', 0, '', '', '', 0, 0, 0, 'me', 0, 'alice', 0, '')";
     EXPECT_THAT(
         statements(),
-        ElementsAre(insertHead + ("(0" + values), selectRowId, "SELECT * FROM tbl_msg WHERE msg_id = 7",
-                    insertHead + ("(7" + values), selectRowId, insertHead + ("(0" + values), selectRowId));
+        ElementsAre(insertMsgHead + ("(0" + values), selectRowId, "SELECT * FROM tbl_msg WHERE msg_id = 7",
+                    insertMsgHead + ("(7" + values), selectRowId, insertMsgHead + ("(0" + values), selectRowId));
 }
 
 TEST_F(MessagesTest, SaveCountsKnownMessages) {

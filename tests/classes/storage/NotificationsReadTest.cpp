@@ -15,10 +15,10 @@ namespace {
 
 // The row reader is the manager's own.
 template <typename Class, typename = void>
-constexpr bool offersRowReader = false;
+constexpr bool offersNotifyReader = false;
 template <typename Class>
-constexpr bool offersRowReader<Class, std::void_t<decltype(&Class::notifyFromQuery)>> = true;
-static_assert(!offersRowReader<PelkoDBManager>);
+constexpr bool offersNotifyReader<Class, std::void_t<decltype(&Class::notifyFromQuery)>> = true;
+static_assert(!offersNotifyReader<PelkoDBManager>);
 
 class NotificationsReadTest : public NotificationsTest {};
 

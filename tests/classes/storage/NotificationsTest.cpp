@@ -15,7 +15,7 @@ using testing::IsEmpty;
 
 namespace {
 
-constexpr char insertHead[] =
+constexpr char insertNotifyHead[] =
     "INSERT INTO tbl_notify (date, is_read, sender_type, sender_id, sender_name, receiver_type, receiver_id, "
     "receiver_name, from_type, from_id, from_name, is_system, response, type, text) VALUES ";
 constexpr char lastRowId[] = "SELECT last_insert_rowid()";
@@ -30,7 +30,7 @@ const Row requestsRow = {"1", "1700000000",       "1",    "0", "11", "ann", "3",
 TEST_F(NotificationsTest, InsertStoresEveryField) {
     PelkoNotify notify = request();
     EXPECT_TRUE(db().insertNotify(&notify));
-    EXPECT_THAT(statements(), ElementsAre(std::string(insertHead) + requestValues, lastRowId));
+    EXPECT_THAT(statements(), ElementsAre(std::string(insertNotifyHead) + requestValues, lastRowId));
     EXPECT_THAT(table(), ElementsAre(requestsRow));
     EXPECT_EQ(notify.dbID, 1);
     expectNothingLogged();
@@ -109,7 +109,7 @@ TEST_F(NotificationsTest, AnUninitialisedAnswerIsStoredAsZeroOrOne) {
         PelkoNotify* const notify = new (memory) PelkoNotify;
         EXPECT_TRUE(db().insertNotify(notify));
         EXPECT_EQ(value("SELECT response FROM tbl_notify ORDER BY db_id DESC"), left == 0 ? "0" : "1");
-        EXPECT_EQ(statements().at(statements().size() - 2), std::string(insertHead) +
+        EXPECT_EQ(statements().at(statements().size() - 2), std::string(insertNotifyHead) +
                                                                 "(0, 0, 0, 0, '', 0, 0, '',0, 0, '', 0, " +
                                                                 (left == 0 ? "0" : "1") + ", 0, '')");
         notify->~PelkoNotify();
@@ -146,7 +146,7 @@ TEST_F(NotificationsTest, AnInsertWithoutARowLeavesTheRecordAlone) {
     PelkoNotify notify = request();
     EXPECT_FALSE(db().insertNotify(&notify));
     EXPECT_EQ(notify.dbID, 99);
-    EXPECT_THAT(statements(), ElementsAre(std::string(insertHead) + requestValues, _, _));  // the trigger's
+    EXPECT_THAT(statements(), ElementsAre(std::string(insertNotifyHead) + requestValues, _, _));  // the trigger's
     expectNothingLogged();
 }
 
@@ -192,7 +192,7 @@ TEST_F(LastRowIdReplaced, AFailureToAskForTheRowIdLeavesTheRecordAlone) {
     EXPECT_FALSE(db().insertNotify(&notify));
     EXPECT_EQ(notify.dbID, 99);
     expectFailureLogged("insertNotify", "no row id");
-    EXPECT_THAT(statements(), ElementsAre(std::string(insertHead) + requestValues, lastRowId));
+    EXPECT_THAT(statements(), ElementsAre(std::string(insertNotifyHead) + requestValues, lastRowId));
     EXPECT_THAT(table(), ElementsAre(requestsRow));  // stored by then: there is no transaction around the two
 }
 
@@ -224,7 +224,7 @@ TEST_F(NotificationsTest, NamesAreEscaped) {
     notify.from.name = "''";
     notify.text = "%s%n%d ; \\ -- \"q\" /* J\xC3\xBCrgen\n";
     EXPECT_TRUE(db().insertNotify(&notify));
-    EXPECT_EQ(statements().front(), std::string(insertHead) +
+    EXPECT_EQ(statements().front(), std::string(insertNotifyHead) +
                                         "(1700000000, 1, 0, 11, 'it''s', 3, 12, 'x'', 0, 0), ('''"
                                         ",2, 9007199254740993, '''''', 1, 1, 1, '" +
                                         notify.text + "')");
@@ -398,7 +398,7 @@ TEST_P(NotificationOperations, FailWithoutTheTable) {
     expectFailureWithout("tbl_notify");
 }
 
-const Operation operations[] = {
+const Operation notifyOperations[] = {
     {"insertNotify", "insertNotify",
      [](PelkoDBManager& db) {
          PelkoNotify notify = request();
@@ -421,7 +421,7 @@ const Operation operations[] = {
     {"getNottify", "getNottify", [](PelkoDBManager& db) { expectDefault(db.getNottify(1)); }},
 };
 
-INSTANTIATE_TEST_SUITE_P(All, NotificationOperations, testing::ValuesIn(operations), nameOf);
+INSTANTIATE_TEST_SUITE_P(All, NotificationOperations, testing::ValuesIn(notifyOperations), nameOf);
 
 TEST_F(NotificationsTest, DeleteOfNothingIsNotReadyEither) {
     close();

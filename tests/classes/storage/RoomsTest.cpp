@@ -14,8 +14,8 @@ using testing::IsEmpty;
 
 namespace {
 
-constexpr char dump[] = "SELECT * FROM tbl_room ORDER BY room_id";
-constexpr uint largest = std::numeric_limits<uint>::max();
+constexpr char allRooms[] = "SELECT * FROM tbl_room ORDER BY room_id";
+constexpr uint largestRoomVersion = std::numeric_limits<uint>::max();
 
 // ---- insertOrUpdateRoom
 
@@ -27,7 +27,7 @@ TEST_F(RoomsTest, NewRoomIsInserted) {
                     "INSERT INTO tbl_room (room_id, name, icon_url, icon_path, icon_path_ex, is_top, info, "
                     "capacity, online_number, info_version) VALUES (5001, 'Lobby', 'http://icons/1', "
                     "'icons/1.png', 'icons/1-small.png', 1, 'open to all', 200, 17, 3)"));
-    EXPECT_EQ(rows(dump), (std::vector<Row>{{"5001", "Lobby", "http://icons/1", "icons/1.png",
+    EXPECT_EQ(rows(allRooms), (std::vector<Row>{{"5001", "Lobby", "http://icons/1", "icons/1.png",
                                              "icons/1-small.png", "1", "open to all", "200", "17", "3"}}));
     expectNothingLogged();
 }
@@ -42,7 +42,7 @@ TEST_F(RoomsTest, KnownRoomIsUpdated) {
                             "'icons/1.png', icon_path_ex = 'icons/1-small.png', is_top = 1, info = "
                             "'open to all', capacity = 200, online_number = 17, info_version = 3 WHERE "
                             "room_id = 5001"));
-    EXPECT_EQ(rows(dump), (std::vector<Row>{{"5001", "Lobby", "http://icons/1", "icons/1.png",
+    EXPECT_EQ(rows(allRooms), (std::vector<Row>{{"5001", "Lobby", "http://icons/1", "icons/1.png",
                                              "icons/1-small.png", "1", "open to all", "200", "17", "3"},
                                             {"5002", "other", "", "", "", "0", "", "0", "0", "1"}}));
     expectNothingLogged();
@@ -51,7 +51,7 @@ TEST_F(RoomsTest, KnownRoomIsUpdated) {
 TEST_F(RoomsTest, SecondStoringReplacesTheFirstWithASmallerVersionToo) {
     stored(lobby(), 9);
     EXPECT_TRUE(store(roomOf(5001, "bare"), 2));
-    EXPECT_EQ(rows(dump), (std::vector<Row>{{"5001", "bare", "", "", "", "0", "", "0", "0", "2"}}));
+    EXPECT_EQ(rows(allRooms), (std::vector<Row>{{"5001", "bare", "", "", "", "0", "", "0", "0", "2"}}));
     EXPECT_TRUE(store(roomOf(5001, "bare"), 2)) << "the same again is a change, too";
 }
 
@@ -84,12 +84,12 @@ TEST_F(RoomsTest, NameAndInfoAreEscaped) {
 
 TEST_F(RoomsTest, UnsignedNumbersAreWrittenAsSignedOnes) {
     PelkoRoom room = roomOf(5, "full");
-    room.capacity = largest;
+    room.capacity = largestRoomVersion;
     room.onlineNumber = 2147483648U;
-    EXPECT_TRUE(store(room, largest - 1));
+    EXPECT_TRUE(store(room, largestRoomVersion - 1));
     EXPECT_EQ(rows("SELECT capacity, online_number, info_version FROM tbl_room"),
               (std::vector<Row>{{"-1", "-2147483648", "-2"}}));
-    EXPECT_EQ(db().getRoomInfo(5).capacity, largest);
+    EXPECT_EQ(db().getRoomInfo(5).capacity, largestRoomVersion);
     EXPECT_EQ(db().getRoomInfo(5).onlineNumber, 2147483648U);
 }
 
@@ -163,13 +163,13 @@ TEST_F(RoomsTest, FailedLookUpIsFollowedByAnInsertion) {
 
 // ---- the values that are not escaped
 
-struct UnescapedField {
+struct UnescapedRoomField {
     const char* name;
     std::string PelkoMedia::*of;
     const char* secondRow;  ///< what pasted there would end the row and begin another one
 };
 
-class RoomsUnescapedValues : public RoomsTest, public testing::WithParamInterface<UnescapedField> {
+class RoomsUnescapedValues : public RoomsTest, public testing::WithParamInterface<UnescapedRoomField> {
 protected:
     static PelkoRoom roomWith(s64 id, const std::string& text) {
         PelkoRoom room = roomOf(id, "changed");
@@ -181,7 +181,7 @@ protected:
 TEST_P(RoomsUnescapedValues, AnyQuoteFailsAndChangesNothing) {
     stored(lobby(), 3);
     stored(roomOf(6, "other"), 4);
-    const std::vector<Row> before = rows(dump);
+    const std::vector<Row> before = rows(allRooms);
     for (const std::string& text : Strings{"'", "it's", "a''b", "x'||'y", "x', 'y", "x', name = 'y",
                                            "x' WHERE 1=1 --", "/app/x'||'y", GetParam().secondRow}) {
         SCOPED_TRACE(text);
@@ -190,7 +190,7 @@ TEST_P(RoomsUnescapedValues, AnyQuoteFailsAndChangesNothing) {
             EXPECT_FALSE(store(roomWith(id, text)));
             expectFailureLogged("insertOrUpdateRoom", HasSubstr("unrecognized token"));
             EXPECT_THAT(statements(), ElementsAre(lookUp(id)));
-            EXPECT_EQ(rows(dump), before);
+            EXPECT_EQ(rows(allRooms), before);
         }
     }
 }
@@ -214,10 +214,10 @@ TEST_P(RoomsUnescapedValues, AnythingElseIsKeptByteForByte) {
 INSTANTIATE_TEST_SUITE_P(
     Fields, RoomsUnescapedValues,
     testing::Values(
-        UnescapedField{"IconUrl", &PelkoMedia::url, "x', '', '', 0, '', 0, 0, 0), (99, 'second', 'y"},
-        UnescapedField{"IconPath", &PelkoMedia::path, "x', '', 0, '', 0, 0, 0), (99, 'second', '', 'y"},
-        UnescapedField{"IconPathEx", &PelkoMedia::pathEx, "x', 0, '', 0, 0, 0), (99, 'second', '', '', 'y"}),
-    [](const testing::TestParamInfo<UnescapedField>& field) { return std::string(field.param.name); });
+        UnescapedRoomField{"IconUrl", &PelkoMedia::url, "x', '', '', 0, '', 0, 0, 0), (99, 'second', 'y"},
+        UnescapedRoomField{"IconPath", &PelkoMedia::path, "x', '', 0, '', 0, 0, 0), (99, 'second', '', 'y"},
+        UnescapedRoomField{"IconPathEx", &PelkoMedia::pathEx, "x', 0, '', 0, 0, 0), (99, 'second', '', '', 'y"}),
+    [](const testing::TestParamInfo<UnescapedRoomField>& field) { return std::string(field.param.name); });
 
 // ---- roomExist
 
@@ -265,7 +265,7 @@ TEST_F(RoomsTest, ClearRoomListDeletesEveryRoomAndNothingElse) {
         "VALUES (1, '5'); INSERT INTO tbl_msg (receiver_type, receiver_id) VALUES (1, '5')");
     EXPECT_TRUE(db().clearRoomList());
     EXPECT_THAT(statements(), ElementsAre("DELETE FROM tbl_room"));
-    EXPECT_THAT(rows(dump), IsEmpty());
+    EXPECT_THAT(rows(allRooms), IsEmpty());
     EXPECT_EQ(value("SELECT (SELECT count(*) FROM tbl_group) || (SELECT count(*) FROM tbl_session) || "
                     "(SELECT count(*) FROM tbl_msg)"),
               "111");
@@ -295,7 +295,7 @@ TEST_P(RoomFailures, WithoutTheTable) {
     expectFailureWithout("tbl_room");
 }
 
-const Operation operations[] = {
+const Operation roomOperations[] = {
     {"insertOrUpdateRoom", "insertOrUpdateRoom",
      [](PelkoDBManager& db) {
          PelkoRoom room = lobby();
@@ -320,8 +320,8 @@ const Operation operations[] = {
 // roomExist makes no readiness check, and insertOrUpdateRoom fails twice without the table; both have tests
 // of their own.
 INSTANTIATE_TEST_SUITE_P(ButRoomExist, RoomOperations,
-                         testing::ValuesIn(std::begin(operations), std::end(operations) - 1), nameOf);
+                         testing::ValuesIn(std::begin(roomOperations), std::end(roomOperations) - 1), nameOf);
 INSTANTIATE_TEST_SUITE_P(ButInsertOrUpdate, RoomFailures,
-                         testing::ValuesIn(std::begin(operations) + 1, std::end(operations)), nameOf);
+                         testing::ValuesIn(std::begin(roomOperations) + 1, std::end(roomOperations)), nameOf);
 
 }  // namespace

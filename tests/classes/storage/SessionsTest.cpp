@@ -21,9 +21,9 @@ const PelkoChatTarget room(5, PelkoChatTargetTypeRoom);
 const PelkoChatTarget group(9007199254740993, PelkoChatTargetTypeGroup);
 const PelkoChatTarget service(9, PelkoChatTargetTypeCustomerService);
 
-constexpr char insertHead[] =
+constexpr char insertSessionHead[] =
     "INSERT INTO tbl_session (target_type, target_id, last_msg_id, is_top, priority) VALUES ";
-constexpr char allRows[] = "SELECT * FROM tbl_session ORDER BY rowid";
+constexpr char allSessions[] = "SELECT * FROM tbl_session ORDER BY rowid";
 
 PelkoSession sessionWith(const PelkoChatTarget& target, bool isTop = false, s64 lastDbID = 0,
                          int priority = 0) {
@@ -52,7 +52,7 @@ protected:
 
 TEST_F(SessionsTest, InsertWritesTheRowWithFlagAndMessageCrossed) {
     EXPECT_TRUE(db().insertNewSession(sessionWith(alice, true, 57, 3)));
-    EXPECT_THAT(statements(), ElementsAre(std::string(insertHead) + "(0, 'alice', 1, 57, 3)"));
+    EXPECT_THAT(statements(), ElementsAre(std::string(insertSessionHead) + "(0, 'alice', 1, 57, 3)"));
     EXPECT_EQ(rows("SELECT target_type, target_id, last_msg_id, is_top, priority FROM tbl_session"),
               (std::vector<Row>{{"0", "alice", "1", "57", "3"}}));
     expectNothingLogged();
@@ -64,7 +64,7 @@ TEST_F(SessionsTest, InsertWritesEveryKindOfTargetWithItsKey) {
     EXPECT_TRUE(db().insertNewSession(sessionWith(group)));
     EXPECT_TRUE(db().insertNewSession(sessionWith(service)));
     EXPECT_TRUE(db().insertNewSession(sessionWith(PelkoChatTarget(5, static_cast<PelkoChatTargetType>(9)))));
-    const std::string head = insertHead;
+    const std::string head = insertSessionHead;
     EXPECT_THAT(statements(),
                 ElementsAre(head + "(0, 'o''brien', 0, 0, 0)", head + "(1, '5', 0, 9007199254740993, -1)",
                             head + "(2, '9007199254740993', 0, 0, 0)", head + "(3, '9', 0, 0, 0)",
@@ -74,10 +74,10 @@ TEST_F(SessionsTest, InsertWritesEveryKindOfTargetWithItsKey) {
 
 TEST_F(SessionsTest, SecondInsertOfATargetFailsOnTheKeyAndChangesNothing) {
     add(alice);
-    const std::vector<Row> before = rows(allRows);
+    const std::vector<Row> before = rows(allSessions);
     EXPECT_FALSE(db().insertNewSession(sessionWith(alice, true, 57, 3)));
     expectFailureLogged("insertNewSession", HasSubstr("UNIQUE constraint failed"));
-    EXPECT_EQ(rows(allRows), before);
+    EXPECT_EQ(rows(allSessions), before);
 }
 
 TEST_F(SessionsTest, TargetsOfDifferentKindsWithTheSameIdAreDifferentSessions) {
@@ -360,9 +360,9 @@ TEST_F(SessionsTest, DeletedSessionCanBeInsertedAgain) {
 TEST_F(SessionsTest, MarkSetsPinningAndPriorityOfOneSession) {
     execute("INSERT INTO tbl_session VALUES (0, 'alice', 7, 0, 1), (1, '5', 8, 0, 1)");
     EXPECT_TRUE(db().markSessionIsTop(alice, true, 42));
-    EXPECT_EQ(rows(allRows), (std::vector<Row>{{"0", "alice", "7", "1", "42"}, {"1", "5", "8", "0", "1"}}));
+    EXPECT_EQ(rows(allSessions), (std::vector<Row>{{"0", "alice", "7", "1", "42"}, {"1", "5", "8", "0", "1"}}));
     EXPECT_TRUE(db().markSessionIsTop(alice, false, -1));
-    EXPECT_EQ(rows(allRows), (std::vector<Row>{{"0", "alice", "7", "0", "-1"}, {"1", "5", "8", "0", "1"}}));
+    EXPECT_EQ(rows(allSessions), (std::vector<Row>{{"0", "alice", "7", "0", "-1"}, {"1", "5", "8", "0", "1"}}));
     EXPECT_THAT(
         statements(),
         ElementsAre(
@@ -378,17 +378,17 @@ TEST_F(SessionsTest, LastMessageOfOneSessionIsSet) {
     EXPECT_TRUE(db().updateSessionLastMsg(PelkoUser("o'brien"), 9007199254740993));
     EXPECT_THAT(statements(), ElementsAre("UPDATE tbl_session SET last_msg_id = 9007199254740993 WHERE "
                                           "target_type = 0 AND target_id = 'o''brien'"));
-    EXPECT_EQ(rows(allRows),
+    EXPECT_EQ(rows(allSessions),
               (std::vector<Row>{{"0", "o'brien", "9007199254740993", "1", "2"}, {"1", "5", "8", "1", "2"}}));
     expectNothingLogged();
 }
 
 TEST_F(SessionsTest, UpdatesOfAnUnknownTargetAreFalseAndInsertNothing) {
     add(room);
-    const std::vector<Row> before = rows(allRows);
+    const std::vector<Row> before = rows(allSessions);
     EXPECT_FALSE(db().markSessionIsTop(alice, true, 1));
     EXPECT_FALSE(db().updateSessionLastMsg(alice, 1));
-    EXPECT_EQ(rows(allRows), before);
+    EXPECT_EQ(rows(allSessions), before);
     expectNothingLogged();
 }
 

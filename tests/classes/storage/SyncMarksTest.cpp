@@ -30,7 +30,7 @@ const char* const quotedKeys[] = {
 
 class SyncMarksTest : public StoreTest {
 protected:
-    /// The same, of which only the operations are given: each has met a database error.
+    /// The same, of which only the syncOperations are given: each has met a database error.
     static void expectFailuresLogged(const std::string& first, const std::string& second) {
         const std::string what = " failed, exception in (";
         EXPECT_THAT(platform().file, ElementsAre(StartsWith(first + what), StartsWith(second + what)));
@@ -443,13 +443,13 @@ TEST_P(SyncMarkOperations, AreNotReadyWithAClosedConnection) {
     expectNotReadyWithClosedConnection();
 }
 
-const Operation operations[] = {
+const Operation syncOperations[] = {
     {"getLastMsgID", "", [](PelkoDBManager& db) { EXPECT_EQ(db.getLastMsgID("k"), 0); }},
     {"updateLastMsgID", "", [](PelkoDBManager& db) { EXPECT_FALSE(db.updateLastMsgID("k", 100)); }},
     {"getMsgConfig", "", [](PelkoDBManager& db) { EXPECT_EQ(db.getMsgConfig(PelkoGroup(7)), -1); }},
     {"setMsgConfig", "", [](PelkoDBManager& db) { EXPECT_FALSE(db.setMsgConfig(PelkoGroup(7), 5)); }},
 };
 
-INSTANTIATE_TEST_SUITE_P(All, SyncMarkOperations, testing::ValuesIn(operations), nameOf);
+INSTANTIATE_TEST_SUITE_P(All, SyncMarkOperations, testing::ValuesIn(syncOperations), nameOf);
 
 }  // namespace

@@ -288,16 +288,16 @@ TEST_F(UnescapedValuesTest, QuoteInTheDataRootItselfIsTakenOffWithIt) {
 
 // ---- the logged-in user's name
 
-struct Peer {
+struct UnescapedPeer {
     const char* name;
     PelkoChatTarget target;
 };
 
-void PrintTo(const Peer& peer, std::ostream* out) {
+void PrintTo(const UnescapedPeer& peer, std::ostream* out) {
     *out << peer.name;
 }
 
-class UnescapedLoginName : public UnescapedValuesTest, public testing::WithParamInterface<Peer> {
+class UnescapedLoginName : public UnescapedValuesTest, public testing::WithParamInterface<UnescapedPeer> {
 protected:
     static const PelkoChatTarget& peer() { return GetParam().target; }
     void logIn(const std::string& name) {
@@ -351,9 +351,9 @@ TEST_P(UnescapedLoginName, NamesWithoutAQuoteWorkByteForByte) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, UnescapedLoginName,
-                         testing::Values(Peer{"User", PelkoUser("alice")},
-                                         Peer{"CustomerService", PelkoCustomerService(9U)}),
-                         [](const testing::TestParamInfo<Peer>& peer) { return peer.param.name; });
+                         testing::Values(UnescapedPeer{"User", PelkoUser("alice")},
+                                         UnescapedPeer{"CustomerService", PelkoCustomerService(9U)}),
+                         [](const testing::TestParamInfo<UnescapedPeer>& peer) { return peer.param.name; });
 
 TEST_F(UnescapedValuesTest, LoginNameDoesNotMatterInRoomsAndGroups) {
     LoginContext::getInstance()->setUserName("o'brien");

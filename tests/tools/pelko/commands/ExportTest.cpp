@@ -20,7 +20,7 @@ using testing::UnorderedElementsAre;
 
 namespace {
 
-long long entriesOf(const fs::path& folder) {
+long long exportedEntries(const fs::path& folder) {
     return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
 }
 
@@ -307,7 +307,7 @@ TEST_F(ExportCommand, TakesAnyFile) {
     const std::vector<json> lines = linesWith({"--file", (folder() / "mailed/case 17.dat").string()});
     EXPECT_EQ(lines.front()["account"], "bob");
     EXPECT_THAT(columnOf(lines, "tbl_msg", "text"), ElementsAre("x", "y"));
-    EXPECT_EQ(entriesOf(folder() / "mailed"), 1) << "nothing beside the file";
+    EXPECT_EQ(exportedEntries(folder() / "mailed"), 1) << "nothing beside the file";
 }
 
 TEST_F(ExportCommand, ShowsOneStateWhileAClientWrites) {
@@ -333,7 +333,7 @@ TEST_F(ExportCommand, ChangesNothingInTheFile) {
     const std::string before = contentOf(database());
     linesWith();
     EXPECT_EQ(contentOf(database()), before);
-    EXPECT_EQ(entriesOf(database().parent_path()), 1);
+    EXPECT_EQ(exportedEntries(database().parent_path()), 1);
 }
 
 TEST_F(ExportCommand, DrawsAProgressBarOnATerminal) {

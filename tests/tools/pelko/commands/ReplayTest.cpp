@@ -14,7 +14,7 @@ using testing::Not;
 
 namespace {
 
-const std::string room = "room:" + std::to_string(pelkotool::roomIdOfChannel("garden"));
+const std::string gardenRoom = "room:" + std::to_string(pelkotool::roomIdOfChannel("garden"));
 
 class ReplayCommand : public ToolTest {
 protected:
@@ -52,7 +52,7 @@ TEST_F(ReplayCommand, TellsWhatItDid) {
               HasSubstr("garden/2018-05-29.log line 3\n"), HasSubstr("files passed over            1 "),
               HasSubstr("messages per second"), HasSubstr(database().string()),
               HasSubstr("lines passed over            0\n"), HasSubstr("profiles stored              1\n"),
-              HasSubstr(room + "  garden          2    2                  0\n")));
+              HasSubstr(gardenRoom + "  garden          2    2                  0\n")));
 }
 
 TEST_F(ReplayCommand, TellsWhatItDidAsJson) {
@@ -85,7 +85,7 @@ TEST_F(ReplayCommand, TellsWhatItDidAsJson) {
         {"database", database().string()},
         {"interrupted", false},
         {"rooms",
-         {{{"target", room}, {"channel", "garden"}, {"stored", 1}, {"known", 0}, {"lines_passed_over", 0}}}}};
+         {{{"target", gardenRoom}, {"channel", "garden"}, {"stored", 1}, {"known", 0}, {"lines_passed_over", 0}}}}};
     EXPECT_EQ(summary, expected);
 }
 
@@ -103,7 +103,7 @@ TEST_F(ReplayCommand, StoresNothingTheSecondTimeAndSaysSo) {
 TEST_F(ReplayCommand, KeepsMessagesThatWereReadRead) {
     const fs::path logs = makeLog("garden/2018-05-29", {"[21:20] <ann> hi"});
     runWell({"replay", logs.string()});
-    runWell({"read", room});
+    runWell({"read", gardenRoom});
     runWell({"replay", logs.string()});
     EXPECT_EQ(value("SELECT status FROM tbl_msg"), "2");
 }

@@ -31,7 +31,7 @@ protected:
 
 const char* const image = "1";
 const char* const audio = "2";
-const char* const data = "3";
+const char* const dataKind = "3";
 
 TEST_F(HtmlAttachmentsTest, ImagesAreShown) {
     addAttachment(image, "have/photo.jpg");
@@ -66,14 +66,14 @@ TEST_F(HtmlAttachmentsTest, SoundsCanBePlayed) {
 }
 
 TEST_F(HtmlAttachmentsTest, OtherFilesAreLinked) {
-    addAttachment(data, "have/list 1.pdf");
+    addAttachment(dataKind, "have/list 1.pdf");
     writeWithFiles();
     EXPECT_THAT(alicePage(), HasSubstr("<a href=\"../../media/list%201.pdf\"><bdi>list 1.pdf</bdi></a>"));
 }
 
 TEST_F(HtmlAttachmentsTest, FilesThatCouldHoldAScriptAreOnlyNamed) {
     for (const char* const name : {"page.html", "drawing.svg", "PAGE.HTM", "nothing", "x.png.xhtml"}) {
-        addAttachment(data, std::string("have/") + name);
+        addAttachment(dataKind, std::string("have/") + name);
         addAttachment(image, std::string("have/") + name);
     }
     writeWithFiles();
@@ -83,7 +83,7 @@ TEST_F(HtmlAttachmentsTest, FilesThatCouldHoldAScriptAreOnlyNamed) {
 }
 
 TEST_F(HtmlAttachmentsTest, LostFilesAreNamedWithWhereTheyCameFrom) {
-    addAttachment(data, "lost/a.pdf", "", "https://example.org/a.pdf");
+    addAttachment(dataKind, "lost/a.pdf", "", "https://example.org/a.pdf");
     addAttachment(audio, "", "", "javascript:alert(1)");
     writeWithFiles();
     EXPECT_THAT(alicePage(), HasSubstr("file <bdi>lost/a.pdf</bdi> (not in this export)"));
