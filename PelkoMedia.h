@@ -5,21 +5,24 @@
 
 namespace pelkoapi {
 
+/// @addtogroup records
+/// @{
+
 /// Kind of an attachment. There is no value 0: a PelkoMedia built without a type holds 0, which no stored
 /// row produces on purpose.
 enum PelkoMediaType : int {
-    PelkoMediaTypeImage = 1,
-    PelkoMediaTypeAudio = 2,
-    PelkoMediaTypeUserData = 3,
-    PelkoMediaTypeExtraData = 4
+    PelkoMediaTypeImage = 1,     ///< a picture
+    PelkoMediaTypeAudio = 2,     ///< a sound clip
+    PelkoMediaTypeUserData = 3,  ///< a file of the user's own format
+    PelkoMediaTypeExtraData = 4  ///< extra data beside a message of any kind
 };
 
 /// Download state of an attachment's file.
 enum PelkoMediaStatus : int {
-    PelkoMediaStatusCreated = 0,
-    PelkoMediaStatusDownloading = 1,
-    PelkoMediaStatusDownloaded = 2,
-    PelkoMediaStatusDownloadFailed = 3
+    PelkoMediaStatusCreated = 0,        ///< nothing done yet
+    PelkoMediaStatusDownloading = 1,    ///< under way; PelkoDBManager::setUp() settles what was interrupted
+    PelkoMediaStatusDownloaded = 2,     ///< the file is there
+    PelkoMediaStatusDownloadFailed = 3  ///< the file is not there
 };
 
 /// An attachment of a message, or the icon of a chat target. A plain value.
@@ -39,6 +42,8 @@ public:
     std::string pathEx;                                    ///< a second local file of the same attachment
     unsigned int duration = 0;                             ///< length of an audio clip
 };
+
+/// @}
 
 }  // namespace pelkoapi
 

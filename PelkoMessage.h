@@ -8,30 +8,34 @@
 
 namespace pelkoapi {
 
+/// @addtogroup records
+/// @{
+
+/// Kind of a message; stored as its number.
 enum PelkoMessageType : int {
-    PelkoMessageTypeText = 0,
-    PelkoMessageTypeImage = 1,
-    PelkoMessageTypeAudio = 2,
-    PelkoMessageTypeUserData = 3,
-    PelkoMessageTypeJudgeService = 4
+    PelkoMessageTypeText = 0,         ///< text alone
+    PelkoMessageTypeImage = 1,        ///< a picture, with two files
+    PelkoMessageTypeAudio = 2,        ///< a sound clip
+    PelkoMessageTypeUserData = 3,     ///< a file of the user's own format
+    PelkoMessageTypeJudgeService = 4  ///< about rating a customer service; no attachment
 };
 
 /// State of a message. "Unread" is exactly status 1.
 enum PelkoMessageStatus : int {
-    PelkoMessageStatusCreated = 0,
-    PelkoMessageStatusUnread = 1,
-    PelkoMessageStatusRead = 2,
-    PelkoMessageStatusSending = 3,
-    PelkoMessageStatusSent = 4,
-    PelkoMessageStatusSendingFailed = 5
+    PelkoMessageStatusCreated = 0,       ///< outgoing, not sent yet
+    PelkoMessageStatusUnread = 1,        ///< received, not read yet
+    PelkoMessageStatusRead = 2,          ///< received and read
+    PelkoMessageStatusSending = 3,       ///< under way; failed once PelkoDBManager::setUp() finds it
+    PelkoMessageStatusSent = 4,          ///< sent
+    PelkoMessageStatusSendingFailed = 5  ///< could not be sent
 };
 
 /// Where a message that reaches a session comes from.
 enum PelkoMessageSource : int {
-    PelkoMessageSourceLocal = 0,
-    PelkoMessageSourceNewArrived = 1,
-    PelkoMessageSourceOffline = 2,
-    PelkoMessageSourceHistory = 3
+    PelkoMessageSourceLocal = 0,       ///< made or stored here
+    PelkoMessageSourceNewArrived = 1,  ///< just arrived
+    PelkoMessageSourceOffline = 2,     ///< arrived while the client was away
+    PelkoMessageSourceHistory = 3      ///< fetched from history
 };
 
 /// One message of a conversation. A plain value. It carries two identities: `id` is the message service's,
@@ -41,30 +45,44 @@ enum PelkoMessageSource : int {
 /// it, the store gives it its row id. Without an explicit sender it comes from the logged-in user.
 class PelkoMessage {
 public:
+    /// An empty text without parties.
     PelkoMessage() = default;
+    /// The same with a service id.
     PelkoMessage(long long messageId) : id(messageId) {}
+    /// An empty message of that kind.
     PelkoMessage(PelkoChatTarget from, PelkoChatTarget to, PelkoMessageType messageType);
 
     /// An empty message (a text of no characters) between the two.
     static PelkoMessage createMessage(PelkoChatTarget sender, PelkoChatTarget receiver);
 
+    /// A text from the logged-in user.
     static PelkoMessage createTextMessage(PelkoChatTarget receiver, std::string text);
+    /// A text from that sender.
     static PelkoMessage createTextMessage(PelkoChatTarget sender, PelkoChatTarget receiver, std::string text);
 
-    /// @param path    the image file
-    /// @param pathEx  the second file of the image (full size or thumbnail); may be empty
+    /// An image from the logged-in user.
+    /// @param receiver  to whom
+    /// @param path      the image file
+    /// @param pathEx    the second file of the image (full size or thumbnail); may be empty
     static PelkoMessage createImageMessage(PelkoChatTarget receiver, std::string path, std::string pathEx);
+    /// An image from that sender.
     static PelkoMessage createImageMessage(PelkoChatTarget sender, PelkoChatTarget receiver, std::string path,
                                            std::string pathEx);
 
+    /// A sound clip from the logged-in user.
+    /// @param receiver  to whom
     /// @param path      the audio file
     /// @param duration  its length, in the unit that the client uses throughout
     static PelkoMessage createAudioMessage(PelkoChatTarget receiver, std::string path, unsigned int duration);
+    /// A sound clip from that sender.
     static PelkoMessage createAudioMessage(PelkoChatTarget sender, PelkoChatTarget receiver, std::string path,
                                            unsigned int duration);
 
-    /// @param path  a file of the user's own format
+    /// A file from the logged-in user.
+    /// @param receiver  to whom
+    /// @param path      a file of the user's own format
     static PelkoMessage createUserDataMessage(PelkoChatTarget receiver, std::string path);
+    /// A file from that sender.
     static PelkoMessage createUserDataMessage(PelkoChatTarget sender, PelkoChatTarget receiver,
                                               std::string path);
 
@@ -76,6 +94,7 @@ public:
     void putExtraData(std::string path);
     /// The extra attachment; one without type (0) when there is none.
     const PelkoMedia& getExtraData() const { return extra; }
+    /// Whether extra data is attached.
     bool hasExtraData() const { return extra.type == PelkoMediaTypeExtraData; }
 
     /// The peer of the conversation that the message belongs to, seen from the logged-in user: the room or
@@ -95,11 +114,14 @@ public:
     std::string extraText;  ///< extra text attached to the message (column "extra_path")
     PelkoMedia media;       ///< attachment of an image, audio or user-data message
     PelkoMedia extra;       ///< extra data attached as a file; not stored
-    PelkoMessageType type = PelkoMessageTypeText;
-    PelkoMessageStatus status = PelkoMessageStatusCreated;
-    PelkoChatTarget sender;
-    PelkoChatTarget receiver;
+
+    PelkoMessageType type = PelkoMessageTypeText;           ///< the kind
+    PelkoMessageStatus status = PelkoMessageStatusCreated;  ///< the state
+    PelkoChatTarget sender;                                 ///< who sent it
+    PelkoChatTarget receiver;                               ///< to whom: a user, room, group or service
 };
+
+/// @}
 
 }  // namespace pelkoapi
 

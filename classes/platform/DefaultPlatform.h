@@ -3,10 +3,13 @@
 
 #include <string>
 
-namespace pelkoapi {
-
 // How a host sets up the default platform functions of pelko_platform. A host that links its own FileUtil,
 // LoginContext and log functions does not need this header. Paths are UTF-8.
+
+namespace pelkoapi {
+
+/// @addtogroup platform
+/// @{
 
 /// Sets the application's data root, under which attachment paths are stored relative. Trailing slashes are
 /// dropped. Until it is set, paths are stored and handed out as they are.
@@ -24,6 +27,8 @@ void setFileLogEnabled(bool enabled);
 
 /// Sets the log file; lines are appended to it. Without one the lines of that channel are dropped.
 void setLogFilePath(const std::string& path);
+
+/// @}
 
 }  // namespace pelkoapi
 

@@ -5,6 +5,9 @@
 
 namespace pelkoapi {
 
+/// @addtogroup platform
+/// @{
+
 /// The client's file helper. The store calls these functions and nothing else of the file system; a host
 /// links its own definitions, or takes the ones of pelko_platform. Paths are UTF-8.
 class FileUtil {
@@ -12,7 +15,9 @@ public:
     /// The logged-in user's data folder, without a trailing slash; the account's db.dat lies in it.
     static std::string getUserDataRoot();
 
-    /// Makes the file, empty, unless it is there. @param overwrite whether an existing file is emptied.
+    /// Makes the file, empty, unless it is there.
+    /// @param path       where
+    /// @param overwrite  whether an existing file is emptied
     /// @return negative on failure, 0 or more when the file is there afterwards
     static int createFile(const std::string& path, bool overwrite);
 
@@ -29,9 +34,12 @@ public:
 
     /// Removes an attachment's file. It is called with whatever a message row holds, empty paths and texts
     /// that are no path included, so it must remove nothing but regular files of the application's data root
-    /// and never a database. @return whether a file was removed
+    /// and never a database.
+    /// @return whether a file was removed
     static bool remove(const std::string& path);
 };
+
+/// @}
 
 }  // namespace pelkoapi
 

@@ -1,10 +1,13 @@
 #ifndef PELKO_PLATFORM_LOG_H
 #define PELKO_PLATFORM_LOG_H
 
-namespace pelkoapi {
-
 // The client's two log channels, each behind a switch that is asked before every line. A host links its own
 // definitions, or takes the ones of pelko_platform. A line is passed without a line end.
+
+namespace pelkoapi {
+
+/// @addtogroup platform
+/// @{
 
 /// Whether lines go to the console.
 bool log_error();
@@ -14,6 +17,8 @@ bool log_file();
 [[gnu::format(printf, 1, 2)]] void c_ns_log(const char* fmt, ...);
 /// Writes one line, printf-style, to the log file.
 [[gnu::format(printf, 1, 2)]] void log_file(const char* fmt, ...);
+
+/// @}
 
 }  // namespace pelkoapi
 

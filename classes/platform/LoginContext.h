@@ -5,19 +5,26 @@
 
 namespace pelkoapi {
 
+/// @addtogroup platform
+/// @{
+
 /// The client's login state, complete before the store is set up. A host links its own definitions, or takes
 /// the ones of pelko_platform.
 class LoginContext {
 public:
+    /// The one login state.
     static LoginContext* getInstance();
 
     /// The logged-in user's account name.
     const std::string& getUserName() const;
+    /// Tells who is logged in.
     void setUserName(const std::string& userName);
 
 private:
     std::string mUserName;
 };
+
+/// @}
 
 }  // namespace pelkoapi
 

@@ -5,6 +5,7 @@
 
 namespace pelkoapi {
 
+/// @ingroup platform
 /// printf into a std::string. Part of the storage library, not of the replaceable platform.
 class StringFormatUtil {
 public:

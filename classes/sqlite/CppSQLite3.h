@@ -9,20 +9,29 @@ struct sqlite3_stmt;
 
 namespace pelkoapi {
 
+/// @addtogroup access
+/// @{
+
 /// An error of SQLite or of this layer: a primary result code of SQLite and a message.
 class CppSQLite3Exception : public std::exception {
 public:
+    /// An error of that code.
     /// @param code            an SQLite result code; only its primary part is kept
     /// @param message         copied; null reads as the empty message
     /// @param releaseMessage  true hands the message over: it is released with sqlite3_free() once copied
     CppSQLite3Exception(int code, const char* message, bool releaseMessage);
+    /// The same error, with a message of its own.
     CppSQLite3Exception(const CppSQLite3Exception& other) noexcept;
+    /// Becomes the same error, with a message of its own.
     CppSQLite3Exception& operator=(const CppSQLite3Exception& other) noexcept;
+    /// Releases the message.
     ~CppSQLite3Exception() override;
 
+    /// The primary result code of SQLite.
     int errorCode() const noexcept { return mnErrCode; }
-    /// Never null; valid as long as the exception.
+    /// The message. Never null; valid as long as the exception.
     const char* errorMessage() const noexcept;
+    /// The message.
     const char* what() const noexcept override { return errorMessage(); }
 
 private:
@@ -37,11 +46,17 @@ class CppSQLite3Query {
 public:
     /// A cursor over nothing: at eof.
     CppSQLite3Query() = default;
-    /// Takes over a stepped statement. @param eof whether the step met no row
-    /// @param ownVM whether the cursor finalizes the statement
+    /// Takes over a stepped statement.
+    /// @param db     the connection of the statement
+    /// @param vm     the statement
+    /// @param eof    whether the step met no row
+    /// @param ownVM  whether the cursor finalizes the statement
     CppSQLite3Query(sqlite3* db, sqlite3_stmt* vm, bool eof, bool ownVM = true);
+    /// Takes over the other's statement.
     CppSQLite3Query(const CppSQLite3Query& other) noexcept;
+    /// Releases its own statement and takes over the other's.
     CppSQLite3Query& operator=(const CppSQLite3Query& other) noexcept;
+    /// Releases the statement.
     virtual ~CppSQLite3Query();
 
     /// True when there is no current row.
@@ -50,17 +65,25 @@ public:
     /// @throws CppSQLite3Exception when the step fails; the cursor is then at eof
     void nextRow();
 
-    // The column's value in the current row, converted as SQLite converts it; nullValue when it is NULL or
-    // when there is no current row. Columns are named as in the result, or counted from 0.
-    // They throw CppSQLite3Exception when the current row has no such column.
+    /// @name Columns
+    /// The column's value in the current row, converted as SQLite converts it; nullValue when it is NULL or
+    /// when there is no current row. Columns are named as in the result, or counted from 0.
+    /// They throw CppSQLite3Exception when the current row has no such column.
+    /// @{
 
+    /// As 32 bits: of a larger number the low ones.
     int getIntField(const char* column, int nullValue) const;
+    /// The same by place.
     int getIntField(int column, int nullValue) const;
+    /// As 64 bits.
     long long getInt64Field(const char* column, long long nullValue) const;
+    /// The same by place.
     long long getInt64Field(int column, long long nullValue) const;
-    /// Valid until the cursor moves or is finalized.
+    /// As text, valid until the cursor moves or is finalized.
     const char* getStringField(const char* column, const char* nullValue) const;
+    /// The same by place.
     const char* getStringField(int column, const char* nullValue) const;
+    /// @}
 
     /// Releases the statement; the cursor is at eof afterwards. May be called more than once.
     void finalize() noexcept;
@@ -94,7 +117,9 @@ class CppSQLite3DB {
 public:
     /// A closed connection.
     CppSQLite3DB() = default;
+    /// Not copied: it owns its connection.
     CppSQLite3DB(const CppSQLite3DB&) = delete;
+    /// Not assigned: it owns its connection.
     CppSQLite3DB& operator=(const CppSQLite3DB&) = delete;
     /// Closes the connection if it is open.
     virtual ~CppSQLite3DB();
@@ -112,6 +137,7 @@ public:
     /// the last of them.
     void close() noexcept;
 
+    /// Whether a database is open.
     bool checkDBIsOpen() const noexcept { return mpDB != nullptr; }
 
     /// Runs exactly one statement to its end; rows that it returns are passed over.
@@ -121,7 +147,8 @@ public:
     ///         statement, or none
     int execDML(const char* sql);
 
-    /// Prepares exactly one statement and steps to its first row. @throws as execDML
+    /// Prepares exactly one statement and steps to its first row.
+    /// @throws CppSQLite3Exception as execDML()
     CppSQLite3Query execQuery(const char* sql);
 
 private:
@@ -134,6 +161,8 @@ private:
     sqlite3* mpDB = nullptr;
     int mnBusyTimeoutMs = 5000;  // how long a statement waits for another process's lock
 };
+
+/// @}
 
 }  // namespace pelkoapi
 

@@ -9,21 +9,23 @@
 
 namespace pelkoapi {
 
+/// @ingroup records
 /// A conversation in the session list. A plain value. The store keeps and restores `isTop`, `priority`,
 /// `target` and `lastMsg`; everything else belongs to the client's session logic.
 class PelkoSession {
 public:
-    bool isTop = false;  ///< pinned to the top
-    unsigned int pageIndex = 0;
-    int priority = 0;  ///< order among pinned sessions
-    long long lastMsgId = 0;
-    bool requestingHistory = false;
-    bool autoRequestHistory = false;
-    bool needUpdate = false;
-    PelkoMessage lastMsg;    ///< the newest message of the conversation
-    PelkoChatTarget target;  ///< the peer
-    std::vector<PelkoUser> memberList;
-    std::vector<PelkoUser> curPageMemberList;
+    bool isTop = false;               ///< pinned to the top
+    unsigned int pageIndex = 0;       ///< the client's paging; not stored
+    int priority = 0;                 ///< order among pinned sessions
+    long long lastMsgId = 0;          ///< the client's own mark; not stored, unlike `lastMsg`
+    bool requestingHistory = false;   ///< the client's own switch; not stored
+    bool autoRequestHistory = false;  ///< the client's own switch; not stored
+    bool needUpdate = false;          ///< the client's own switch; not stored
+    PelkoMessage lastMsg;             ///< the newest message of the conversation
+    PelkoChatTarget target;           ///< the peer
+
+    std::vector<PelkoUser> memberList;         ///< members, for the client; not stored
+    std::vector<PelkoUser> curPageMemberList;  ///< those of the current page; not stored
 
 private:
     std::deque<PelkoMessage> mMessageList;

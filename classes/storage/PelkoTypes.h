@@ -3,8 +3,13 @@
 
 namespace pelkoapi {
 
+/// @addtogroup records
+/// @{
+
 using s64 = long long;      ///< message ids, row ids, room and group ids
 using uint = unsigned int;  ///< counts and versions
+
+/// @}
 
 }  // namespace pelkoapi
 
