@@ -13,7 +13,7 @@ namespace pelkoapi {
 
 /// Kind of a chat target; stored as its number.
 enum PelkoChatTargetType : int {
-    PelkoChatTargetTypeUser = 0,            ///< another person, named by account
+    PelkoChatTargetTypeUser = 0,            ///< a person, named by account
     PelkoChatTargetTypeRoom = 1,            ///< a chat room, named by number
     PelkoChatTargetTypeGroup = 2,           ///< a group, named by number
     PelkoChatTargetTypeCustomerService = 3  ///< a customer service, named by number
