@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "PelkoMedia.h"
+#include "classes/platform/Export.h"
 
 namespace pelkoapi {
 
@@ -34,7 +35,7 @@ enum PelkoGroupType : int {
 
 /// Any peer of a conversation: a user, room, group or customer service. A plain value. The
 /// default-constructed target (a user without a name) is the value that means "no target".
-class PelkoChatTarget {
+class PELKO_API PelkoChatTarget {
 public:
     /// No target.
     PelkoChatTarget() = default;
@@ -67,7 +68,7 @@ public:
 };
 
 /// A user with the fields of its profile.
-class PelkoUser : public PelkoChatTarget {
+class PELKO_API PelkoUser : public PelkoChatTarget {
 public:
     /// A user without a name.
     PelkoUser() = default;
@@ -86,7 +87,7 @@ public:
 };
 
 /// A chat room.
-class PelkoRoom : public PelkoChatTarget {
+class PELKO_API PelkoRoom : public PelkoChatTarget {
 public:
     /// The room of id 0.
     PelkoRoom() : PelkoRoom(0U) {}
@@ -103,7 +104,7 @@ public:
 };
 
 /// A group, with its owner and the way to join it.
-class PelkoGroup : public PelkoChatTarget {
+class PELKO_API PelkoGroup : public PelkoChatTarget {
 public:
     /// The group of id 0.
     PelkoGroup() : PelkoGroup(0LL) {}
@@ -120,7 +121,7 @@ public:
 };
 
 /// The person or company behind a customer service. Not stored.
-class PelkoCustomerServiceCreater : public PelkoChatTarget {
+class PELKO_API PelkoCustomerServiceCreater : public PelkoChatTarget {
 public:
     std::string email;                             ///< address for mail
     std::string phone;                             ///< telephone number
@@ -129,7 +130,7 @@ public:
 };
 
 /// A customer-service peer.
-class PelkoCustomerService : public PelkoChatTarget {
+class PELKO_API PelkoCustomerService : public PelkoChatTarget {
 public:
     /// The service of id 0.
     PelkoCustomerService() : PelkoCustomerService(0U) {}

@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "classes/platform/Export.h"
+
 namespace pelkoapi {
 
 /// @addtogroup records
@@ -26,7 +28,7 @@ enum PelkoMediaStatus : int {
 };
 
 /// An attachment of a message, or the icon of a chat target. A plain value.
-class PelkoMedia {
+class PELKO_API PelkoMedia {
 public:
     /// An attachment of no type (type 0); everything else as in PelkoMedia(PelkoMediaType).
     PelkoMedia() = default;

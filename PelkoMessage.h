@@ -5,6 +5,7 @@
 
 #include "PelkoChatTarget.h"
 #include "PelkoMedia.h"
+#include "classes/platform/Export.h"
 
 namespace pelkoapi {
 
@@ -43,7 +44,7 @@ enum PelkoMessageSource : int {
 ///
 /// The factories make an outgoing message in state created, without date and ids: the network layer dates
 /// it, the store gives it its row id. Without an explicit sender it comes from the logged-in user.
-class PelkoMessage {
+class PELKO_API PelkoMessage {
 public:
     /// An empty text without parties.
     PelkoMessage() = default;

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "PelkoChatTarget.h"
+#include "classes/platform/Export.h"
 
 namespace pelkoapi {
 
@@ -18,7 +19,7 @@ enum PelkoNotifyType : int {
 };
 
 /// A group notification: an invitation, a join request or the reply to one. A plain value.
-class PelkoNotify {
+class PELKO_API PelkoNotify {
 public:
     /// An unread group invitation without parties. `agree` is left uninitialised: only a join reply
     /// carries an answer, and every reader of stored rows sets it.

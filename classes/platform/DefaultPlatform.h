@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "classes/platform/Export.h"
+
 // How a host sets up the default platform functions of pelko_platform. A host that links its own FileUtil,
 // LoginContext and log functions does not need this header. Paths are UTF-8.
 
@@ -13,20 +15,20 @@ namespace pelkoapi {
 
 /// Sets the application's data root, under which attachment paths are stored relative. Trailing slashes are
 /// dropped. Until it is set, paths are stored and handed out as they are.
-void setAppDataRoot(const std::string& root);
+PELKO_API void setAppDataRoot(const std::string& root);
 
 /// Sets the logged-in user's data root, which lies under the application's; db.dat lies in it. To be set
 /// before the store is set up.
-void setUserDataRoot(const std::string& root);
+PELKO_API void setUserDataRoot(const std::string& root);
 
 /// Switches the console lines (on stderr) on or off; on at start.
-void setConsoleLogEnabled(bool enabled);
+PELKO_API void setConsoleLogEnabled(bool enabled);
 
 /// Switches the lines of the log file on or off; off at start.
-void setFileLogEnabled(bool enabled);
+PELKO_API void setFileLogEnabled(bool enabled);
 
 /// Sets the log file; lines are appended to it. Without one the lines of that channel are dropped.
-void setLogFilePath(const std::string& path);
+PELKO_API void setLogFilePath(const std::string& path);
 
 /// @}
 

@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "classes/platform/Export.h"
+
 namespace pelkoapi {
 
 /// @addtogroup platform
@@ -10,7 +12,7 @@ namespace pelkoapi {
 
 /// The client's file helper. The store calls these functions and nothing else of the file system; a host
 /// links its own definitions, or takes the ones of pelko_platform. Paths are UTF-8.
-class FileUtil {
+class PELKO_API FileUtil {
 public:
     /// The logged-in user's data folder, without a trailing slash; the account's db.dat lies in it.
     static std::string getUserDataRoot();

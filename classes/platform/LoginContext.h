@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "classes/platform/Export.h"
+
 namespace pelkoapi {
 
 /// @addtogroup platform
@@ -10,7 +12,7 @@ namespace pelkoapi {
 
 /// The client's login state, complete before the store is set up. A host links its own definitions, or takes
 /// the ones of pelko_platform.
-class LoginContext {
+class PELKO_API LoginContext {
 public:
     /// The one login state.
     static LoginContext* getInstance();

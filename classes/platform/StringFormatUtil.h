@@ -3,11 +3,13 @@
 
 #include <string>
 
+#include "classes/platform/Export.h"
+
 namespace pelkoapi {
 
 /// @ingroup platform
 /// printf into a std::string. Part of the storage library, not of the replaceable platform.
-class StringFormatUtil {
+class PELKO_API StringFormatUtil {
 public:
     /// The formatted text, whatever its length. As in printf, a "%s" argument ends at its first NUL byte.
     /// @throws std::length_error when the C library cannot format it (a result beyond INT_MAX bytes)

@@ -4,6 +4,8 @@
 #include <exception>
 #include <vector>
 
+#include "classes/platform/Export.h"
+
 struct sqlite3;
 struct sqlite3_stmt;
 
@@ -13,7 +15,7 @@ namespace pelkoapi {
 /// @{
 
 /// An error of SQLite or of this layer: a primary result code of SQLite and a message.
-class CppSQLite3Exception : public std::exception {
+class PELKO_API CppSQLite3Exception : public std::exception {
 public:
     /// An error of that code.
     /// @param code            an SQLite result code; only its primary part is kept
@@ -42,7 +44,7 @@ private:
 /// A running statement and its current row. It finalizes its statement when it is destroyed. Copying or
 /// moving it hands the statement over, so that it is finalized exactly once: the source is left at eof with
 /// nothing to finalize. One thread at a time.
-class CppSQLite3Query {
+class PELKO_API CppSQLite3Query {
 public:
     /// A cursor over nothing: at eof.
     CppSQLite3Query() = default;
@@ -113,7 +115,7 @@ private:
 
 /// A connection to one database file. Every failure of SQLite is thrown as CppSQLite3Exception; nothing is
 /// logged here. One thread at a time.
-class CppSQLite3DB {
+class PELKO_API CppSQLite3DB {
 public:
     /// A closed connection.
     CppSQLite3DB() = default;

@@ -10,6 +10,7 @@
 #include "PelkoChatTarget.h"
 #include "PelkoMessage.h"
 #include "PelkoNotify.h"
+#include "classes/platform/Export.h"
 #include "classes/sqlite/CppSQLite3.h"
 #include "classes/storage/PelkoSession.h"
 #include "classes/storage/PelkoTypes.h"
@@ -39,7 +40,7 @@ namespace pelkoapi {
 /// Each says which statements it runs, in order. `{name}` in them stands for a parameter or a field of the
 /// record, as it is stored; `{target}` and other peers for their id string, which is a user's name and
 /// otherwise the number.
-class PelkoDBManager {
+class PELKO_API PelkoDBManager {
 public:
     /// @name Lifecycle
     /// @anchor lifecycle

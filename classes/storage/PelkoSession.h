@@ -6,13 +6,14 @@
 
 #include "PelkoChatTarget.h"
 #include "PelkoMessage.h"
+#include "classes/platform/Export.h"
 
 namespace pelkoapi {
 
 /// @ingroup records
 /// A conversation in the session list. A plain value. The store keeps and restores `isTop`, `priority`,
 /// `target` and `lastMsg`; everything else belongs to the client's session logic.
-class PelkoSession {
+class PELKO_API PelkoSession {
 public:
     bool isTop = false;               ///< pinned to the top
     unsigned int pageIndex = 0;       ///< the client's paging; not stored
