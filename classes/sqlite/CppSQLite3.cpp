@@ -8,6 +8,7 @@
 #include <string>
 #include <utility>
 
+#include "classes/sqlite/DatabaseKey.h"
 #include "classes/sqlite/UntrustedFile.h"
 
 namespace pelkoapi {
@@ -38,6 +39,9 @@ bool canBeWritten(const std::string& path) {
 }
 
 [[noreturn]] void throwError(sqlite3* db, int code) {
+    if (const char* const wrongKey = wrongKeyMessage(code)) {
+        throw CppSQLite3Exception(code, wrongKey, false);
+    }
     // A connection that was closed under a cursor has no message any more.
     const bool told = (sqlite3_errcode(db) & 0xff) == (code & 0xff);
     throw CppSQLite3Exception(code, told ? sqlite3_errmsg(db) : sqlite3_errstr(code), false);
@@ -326,9 +330,12 @@ void CppSQLite3DB::open(const char* path) {
 void CppSQLite3DB::openFile(const char* path) {
     try {
         openHandle(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+        // A file that does not open stays as it is, and what waits in its log, too.
+        sqlite3_db_config(mpDB, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
         tryWriteAheadLog();
         sqlite3_busy_timeout(mpDB, mnBusyTimeoutMs);
         readSchema();
+        sqlite3_db_config(mpDB, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr);
     } catch (const CppSQLite3Exception& exception) {
         const bool cannotLog =
             exception.errorCode() == SQLITE_READONLY || exception.errorCode() == SQLITE_CANTOPEN;
@@ -346,6 +353,7 @@ void CppSQLite3DB::openHandle(const char* path, int flags) {
     if (result != SQLITE_OK) {
         throwError(mpDB, result);
     }
+    useDatabaseKey(mpDB);
     if (const int refused = trustNothing(mpDB); refused != SQLITE_OK) {
         throwError(mpDB, refused);
     }

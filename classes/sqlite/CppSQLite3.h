@@ -130,6 +130,7 @@ public:
     /// switched to write-ahead logging where that is possible; one on a read-only medium is opened for
     /// reading. What the file's schema holds beside tables and indexes (triggers, views, functions with
     /// effects) is not run, no other file can be attached, and rows and statements are limited to 128 MiB.
+    /// Where a key is set (setDatabaseKey()), the file is encrypted with it.
     /// @param path  UTF-8; null or empty is an error, since a nameless database would vanish at close
     /// @throws CppSQLite3Exception when the file cannot be opened or is not an SQLite database; the
     ///         connection is then closed

@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "classes/platform/LoginContext.h"
+#include "classes/sqlite/DatabaseKey.h"
 
 namespace pelkotest {
 
@@ -47,13 +48,24 @@ Connection openUntraced(const std::string& path) {
     storeConnection() = ofTheStore;
     sqlite3_trace_v2(raw, 0, nullptr, nullptr);
     Connection connection(raw, sqlite3_close);
+    pelkoapi::useDatabaseKey(raw);
     if (result != SQLITE_OK) {
         throw std::runtime_error("cannot open " + path + ": " + sqlite3_errmsg(raw));
     }
     return connection;
 }
 
+struct KeyOfThisRun : testing::Environment {
+    void SetUp() override { setKeyOfThisRun(); }
+};
+const testing::Environment* const keyOfThisRun = testing::AddGlobalTestEnvironment(new KeyOfThisRun);
+
 }  // namespace
+
+void setKeyOfThisRun() {
+    const char* const key = std::getenv("PELKO_TEST_KEY");
+    pelkoapi::setDatabaseKey(key != nullptr ? key : "");
+}
 
 StoreTest::StoreTest() = default;
 StoreTest::~StoreTest() = default;

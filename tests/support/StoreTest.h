@@ -19,6 +19,10 @@ namespace pelkotest {
 using Value = std::optional<std::string>;
 using Row = std::vector<Value>;
 
+/// The key of every file of this run, from the environment variable PELKO_TEST_KEY; none without it. A test
+/// that sets another one sets it back with this.
+void setKeyOfThisRun();
+
 /// A store in a folder of its own, open as user "me", with every seam in view: the statements that reach
 /// SQLite on the manager's connection, both log channels, and the rows through a second connection.
 class StoreTest : public testing::Test {

@@ -1,7 +1,9 @@
 #include "tools/pelko/CommandLine.h"
 
+#include <cstdlib>
 #include <exception>
 
+#include "classes/sqlite/DatabaseKey.h"
 #include "tools/pelko/Account.h"
 #include "tools/pelko/Commands.h"
 #include "tools/pelko/Output.h"
@@ -31,6 +33,7 @@ constexpr char map[] =
     "with\n"
     "a file that misbehaves, begin with 'pelko inspect'.\n"
     "'pelko COMMAND --help' tells more, and which commands stand below it, as in 'pelko rooms add'.\n"
+    "PELKO_KEY in the environment is the key of encrypted files.\n"
     "Exit codes: 0 done, 1 failed or damaged, 2 wrong arguments, 130 interrupted.";
 
 /// The last line of several is what CLI11 adds itself.
@@ -79,7 +82,14 @@ void parse(CLI::App& app, int argc, const char* const* argv) {
     }
 }
 
+/// From the environment, since others see a process's arguments.
+void takeKey() {
+    const char* const key = std::getenv("PELKO_KEY");
+    pelkoapi::setDatabaseKey(key != nullptr ? key : "");
+}
+
 void run(int argc, const char* const* argv) {
+    takeKey();
     GlobalOptions options;
     CLI::App app(description, "pelko");
     app.require_subcommand(0, 1);

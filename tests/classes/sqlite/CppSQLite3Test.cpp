@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "classes/sqlite/DatabaseKey.h"
 #include "tests/support/StoreTest.h"
 
 namespace pelkotest {
@@ -57,6 +58,7 @@ using RawConnection = std::unique_ptr<sqlite3, int (*)(sqlite3*)>;
 RawConnection openRaw(const std::string& path) {
     sqlite3* raw = nullptr;
     EXPECT_EQ(sqlite3_open(path.c_str(), &raw), SQLITE_OK) << path;
+    pelkoapi::useDatabaseKey(raw);
     return {raw, sqlite3_close};
 }
 

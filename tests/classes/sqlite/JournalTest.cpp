@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "classes/sqlite/CppSQLite3.h"
+#include "classes/sqlite/DatabaseKey.h"
 #include "tests/support/StoreTest.h"
 #include "tests/support/WithoutPrivileges.h"
 
@@ -26,6 +27,7 @@ using RawConnection = std::unique_ptr<sqlite3, int (*)(sqlite3*)>;
 RawConnection openRaw(const std::string& path) {
     sqlite3* raw = nullptr;
     EXPECT_EQ(sqlite3_open(path.c_str(), &raw), SQLITE_OK);
+    pelkoapi::useDatabaseKey(raw);
     return {raw, sqlite3_close};
 }
 

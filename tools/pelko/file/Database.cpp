@@ -5,6 +5,8 @@
 #include <system_error>
 #include <utility>
 
+#include "classes/sqlite/CppSQLite3.h"
+#include "classes/sqlite/DatabaseKey.h"
 #include "classes/sqlite/UntrustedFile.h"
 #include "tools/pelko/Remedies.h"
 
@@ -15,11 +17,24 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr int busyTimeoutMs = 5000;
+constexpr char inMemoryQuery[] = "mode=memory";
 
 [[noreturn]] void throwError(const std::string& file, sqlite3* db, int code) {
     const bool told = db != nullptr && (sqlite3_errcode(db) & 0xff) == (code & 0xff);
-    const std::string reason = told ? sqlite3_errmsg(db) : sqlite3_errstr(code);
+    std::string reason = told ? sqlite3_errmsg(db) : sqlite3_errstr(code);
+    if (const char* const wrongKey = pelkoapi::wrongKeyMessage(code)) {
+        reason = wrongKey;
+    }
     throw SqliteError(file + ": " + reason + remedyFor(reason), code & 0xff);
+}
+
+void useKey(const fs::path& file, sqlite3* db) {
+    try {
+        pelkoapi::useDatabaseKey(db);
+    } catch (const pelkoapi::CppSQLite3Exception& failure) {
+        const std::string reason = failure.errorMessage();
+        throw SqliteError(file.string() + ": " + reason + remedyFor(reason), failure.errorCode());
+    }
 }
 
 std::uintmax_t sizeOf(const fs::path& file) {
@@ -60,6 +75,9 @@ fs::path besideDatabase(const fs::path& file, const std::string& suffix) {
 }
 
 bool isInLogMode(const fs::path& file) {
+    if (std::error_code error; pelkoapi::isDatabaseKeySet()) {
+        return !fs::exists(besideDatabase(file, "-journal"), error);  // the header is encrypted, too
+    }
     constexpr std::size_t placeOfReadVersion = 19;
     std::array<char, 20> header{};
     std::ifstream stream(file, std::ios::binary);
@@ -138,6 +156,9 @@ Database::Database(const fs::path& file, int flags, const std::string& query) : 
     if (opened != SQLITE_OK) {
         throwError(mFile.string(), handle, opened);
     }
+    if (query != inMemoryQuery) {
+        useKey(mFile, handle);
+    }
     if (const int refused = pelkoapi::trustNothing(handle); refused != SQLITE_OK) {
         throwError(mFile.string(), handle, refused);
     }
@@ -207,7 +228,7 @@ Database Database::create(const fs::path& file) {
 }
 
 Database Database::inMemory() {
-    return {":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, "mode=memory"};
+    return {":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, inMemoryQuery};
 }
 
 void Database::execute(const std::string& sql) const {

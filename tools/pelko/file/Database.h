@@ -121,7 +121,8 @@ std::string quotedName(const std::string& name);
 std::filesystem::path besideDatabase(const std::filesystem::path& file, const std::string& suffix);
 
 /// Whether the file's header says that its changes go into a write-ahead log. SQLite does not tell it of a
-/// file that is read without locks.
+/// file that is read without locks. Of an encrypted file it is assumed, as the store makes every file so,
+/// unless there is a journal beside it.
 bool isInLogMode(const std::filesystem::path& file);
 
 }  // namespace pelkotool

@@ -177,7 +177,7 @@ void PageFile::findPageSize() {
     mPageSize = mWaiting ? mWaiting->pageSize : mMeasuredSize;
     if (mPageSize == 0) {
         throw ToolError("nothing could be rescued: there are no pages of a database in " + mFile.string() +
-                        "; name another file");
+                        otherFileOrKey);
     }
 }
 

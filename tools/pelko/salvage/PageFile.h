@@ -15,6 +15,11 @@
 
 namespace pelkotool {
 
+/// The remedy where there is nothing that looks like a store: encrypted pages look like nothing at all.
+inline constexpr char otherFileOrKey[] =
+    "; name another file, or, if it is encrypted, take what can be read with 'pelko backup' or "
+    "'pelko export' and its key in PELKO_KEY";
+
 /// The pages of a database file as they are, whatever SQLite would say about them: with what waits beside it
 /// in a write-ahead log, or as they were before a change that a rollback journal tells was broken off.
 /// Nothing is written, and nothing but one page at a time is held.

@@ -47,7 +47,7 @@ void requireSomething(const SalvageReport& report, const std::filesystem::path& 
                     [](const TableReport& table) { return table.inFile && !table.tooDifferent; });
     if (!anyTable) {
         throw ToolError("nothing could be rescued: " + file.string() +
-                        " is a database, but none with the tables of a store; name another file");
+                        " is a database, but none with the tables of a store" + otherFileOrKey);
     }
     if (report.recovered() == 0 && !report.hasAllRows()) {
         throw ToolError("nothing could be rescued: no row of " + file.string() +
