@@ -39,7 +39,8 @@ std::set<std::string> namesIn(int folder) {
 
 }  // namespace
 
-/// In the place of the C library's.
+/// In the place of the C library's, whose parameter has a reserved name.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" int fsync(int descriptor) {
     struct stat status {};
     if (fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode)) {

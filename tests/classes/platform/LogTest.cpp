@@ -123,7 +123,7 @@ TEST_F(LogTest, LinesGoToThePathThatWasSetLast) {
 TEST_F(LogTest, ThePathIsUtf8) {
     setLogFilePath((folder() / "größe 日本語.log").string());
     log_file("%s", "here");
-    EXPECT_EQ(contents((folder() / std::filesystem::path(L"größe 日本語.log")).string()), "here\n");
+    EXPECT_EQ(contents((folder() / std::filesystem::path(u"größe 日本語.log")).string()), "here\n");
 }
 
 TEST_F(LogTest, LongLinesAreNotCut) {

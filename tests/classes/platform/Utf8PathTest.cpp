@@ -19,8 +19,8 @@ TEST(Utf8Path, EveryTextOfUtf8ComesBack) {
 }
 
 TEST(Utf8Path, TheTextOfAPathIsUtf8) {
-    EXPECT_EQ(utf8Of(std::filesystem::path(L"größe") / L"日本語"), "größe/日本語");
-    EXPECT_EQ(pathOf("größe/日本語"), std::filesystem::path(L"größe") / L"日本語");
+    EXPECT_EQ(utf8Of(std::filesystem::path(u"größe") / u"日本語"), "größe/日本語");
+    EXPECT_EQ(pathOf("größe/日本語"), std::filesystem::path(u"größe") / u"日本語");
 }
 
 TEST(Utf8Path, NamesTheFileThatIsThere) {
