@@ -12,6 +12,7 @@
 #endif
 
 #include "classes/platform/DefaultPlatform.h"
+#include "classes/platform/Utf8Path.h"
 
 namespace pelkoapi {
 
@@ -38,16 +39,6 @@ bool isSeparator(char c) {
 bool isAbsolute(const std::string& path) {
     const bool hasDrive = fs::path::preferred_separator != '/' && path.size() > 1 && path[1] == ':';
     return hasDrive || (!path.empty() && isSeparator(path.front()));
-}
-
-/// The path; the empty one for a text that is none on this system (of invalid UTF-8, where paths are not
-/// bytes).
-fs::path pathOf(const std::string& text) {
-    try {
-        return fs::u8path(text);
-    } catch (const std::exception&) {
-        return {};
-    }
 }
 
 std::string withoutTrailingSeparators(std::string path) {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "classes/platform/DefaultPlatform.h"
+#include "classes/platform/Utf8Path.h"
 
 namespace pelkoapi {
 
@@ -20,6 +21,14 @@ struct LogSettings {
 LogSettings& settings() {
     static LogSettings instance;
     return instance;
+}
+
+std::FILE* openToAppend(const std::string& path) {
+#ifdef _WIN32
+    return _wfopen(pathOf(path).c_str(), L"a");
+#else
+    return std::fopen(path.c_str(), "a");
+#endif
 }
 
 [[gnu::format(printf, 2, 0)]] void writeLine(std::FILE* out, const char* fmt, std::va_list arguments) {
@@ -58,7 +67,7 @@ void c_ns_log(const char* fmt, ...) {
 
 void log_file(const char* fmt, ...) {
     // Opened for each line: lines are rare, and a log file that was moved away or deleted is made anew.
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(settings().filePath.c_str(), "a"),
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(openToAppend(settings().filePath),
                                                                &std::fclose);
     if (!file) {
         return;

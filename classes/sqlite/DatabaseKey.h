@@ -3,11 +3,16 @@
 
 #include <string>
 
+#include "classes/platform/Export.h"
+
 struct sqlite3;
 
 // The key of an encrypted database file, in a build whose SQLite is SQLCipher.
 
 namespace pelkoapi {
+
+/// @addtogroup access
+/// @{
 
 /// Sets the key with which every database is opened from now on, until another one is set; the empty one
 /// clears it. Connections that are open keep theirs. Call it before PelkoDBManager::setUp(), from the thread
@@ -17,17 +22,23 @@ namespace pelkoapi {
 /// was meant not to be.
 /// @param key  any bytes, at most 1 MiB. SQLCipher derives the file's key from them; 64 hexadecimal digits
 ///             within x'' are that key itself. Kept in memory, and overwritten there when another one is set.
-void setDatabaseKey(const std::string& key);
+PELKO_API void setDatabaseKey(const std::string& key);
+
+/// Whether there is a key that is not empty.
+PELKO_API bool isDatabaseKeySet();
+
+/// @}
+/// @cond INTERNAL
 
 /// Gives a connection the key that is set, if one is. To be called right after it is opened, before any
 /// statement. @throws CppSQLite3Exception when it cannot take the key
 void useDatabaseKey(sqlite3* db);
 
-bool isDatabaseKeySet();
-
 /// What to say of a failure that a wrong key may explain; null for others, and while no key is set.
 /// @param code  a result code of SQLite
 const char* wrongKeyMessage(int code);
+
+/// @endcond
 
 }  // namespace pelkoapi
 

@@ -1,8 +1,8 @@
 #include "tools/pelko/Account.h"
 
-#include <cstdlib>
-
 #include "classes/platform/StringFormatUtil.h"
+#include "classes/platform/UserDataFolder.h"
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/ToolError.h"
 
 namespace pelkotool {
@@ -11,20 +11,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
-fs::path environmentPath(const char* name) {
-    const char* const value = std::getenv(name);
-    return value != nullptr ? fs::path(value) : fs::path();
-}
-
-/// The pelko folder in the user's XDG data directory; a relative $XDG_DATA_HOME is ignored, as XDG asks.
 fs::path customaryDataRoot() {
-    if (const fs::path data = environmentPath("XDG_DATA_HOME"); data.is_absolute()) {
-        return data / "pelko";
+    const fs::path data = pelkoapi::userDataFolder();
+    if (data.empty()) {
+        throw UsageError("there is no home directory to keep data in; name a folder with --data-dir");
     }
-    if (const fs::path home = environmentPath("HOME"); !home.empty()) {
-        return home / ".local/share/pelko";
-    }
-    throw UsageError("there is no home directory to keep data in; name a folder with --data-dir");
+    return data / "pelko";
 }
 
 bool isPlain(char c) {
@@ -62,9 +54,10 @@ Account accountOf(const GlobalOptions& options) {
     }
     Account account;
     account.user = options.user;
-    account.dataRoot = fs::absolute(options.dataDirGiven ? fs::path(options.dataDir) : customaryDataRoot());
+    account.dataRoot =
+        fs::absolute(options.dataDirGiven ? pelkoapi::pathOf(options.dataDir) : customaryDataRoot());
     account.dataRoot = account.dataRoot.lexically_normal();
-    account.folder = account.dataRoot / "users" / accountFolderName(options.user);
+    account.folder = account.dataRoot / "users" / pelkoapi::pathOf(accountFolderName(options.user));
     account.database = account.folder / "db.dat";
     return account;
 }

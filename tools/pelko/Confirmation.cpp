@@ -2,11 +2,13 @@
 
 #include <iostream>
 
-#include "tools/pelko/Terminal.h"
+#include "classes/platform/Terminal.h"
 #include "tools/pelko/Text.h"
 #include "tools/pelko/ToolError.h"
 
 namespace pelkotool {
+
+using pelkoapi::stdinIsTerminal;
 
 void requireAnswerable(bool yes) {
     if (!yes && !stdinIsTerminal()) {

@@ -7,6 +7,7 @@
 #include <system_error>
 #include <tuple>
 
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/ChatLog.h"
 #include "tools/pelko/ToolError.h"
 
@@ -14,12 +15,15 @@ namespace pelkotool {
 
 namespace fs = std::filesystem;
 
+using pelkoapi::pathOf;
+using pelkoapi::utf8Of;
+
 namespace {
 
 constexpr char expectedName[] = "logs are named CHANNEL/YYYY-MM-DD.log";
 
 [[noreturn]] void failReading(const fs::path& path, const std::string& reason) {
-    throw ToolError("cannot read " + path.string() + ": " + reason);
+    throw ToolError("cannot read " + utf8Of(path) + ": " + reason);
 }
 
 std::string systemReason() {
@@ -36,13 +40,13 @@ void requireReadable(const fs::path& path) {
 
 LogFile logFileAt(const fs::path& path, long long day) {
     if (day < 0 || day > lastDay) {
-        throw ToolError("the day of " + path.string() +
+        throw ToolError("the day of " + utf8Of(path) +
                         " is out of range: days from 1970-01-01 to 2038-01-18 can be stored in order");
     }
     requireReadable(path);
     LogFile file;
     file.path = path;
-    file.channel = fs::absolute(path).lexically_normal().parent_path().filename().string();
+    file.channel = utf8Of(fs::absolute(path).lexically_normal().parent_path().filename());
     file.day = day;
     std::error_code error;
     file.size = fs::file_size(path, error);
@@ -50,7 +54,7 @@ LogFile logFileAt(const fs::path& path, long long day) {
         failReading(path, error.message());
     }
     if (file.channel.empty()) {
-        throw ToolError(path.string() + " lies in no channel's folder; " + expectedName);
+        throw ToolError(utf8Of(path) + " lies in no channel's folder; " + expectedName);
     }
     return file;
 }
@@ -65,7 +69,7 @@ void searchFolder(const fs::path& folder, FoundLogs& found) {
             continue;
         }
         const fs::path& path = entry->path();
-        if (const auto day = dayOfLogName(path.filename().string())) {
+        if (const auto day = dayOfLogName(utf8Of(path.filename()))) {
             if (!entry->is_regular_file(ignored)) {
                 failReading(path, "it is not a file, or a link to one that is missing");
             }
@@ -78,7 +82,7 @@ void searchFolder(const fs::path& folder, FoundLogs& found) {
         failReading(folder, error.message());
     }
     if (found.files.size() == before) {
-        throw ToolError("there are no logs in " + folder.string() + "; " + expectedName);
+        throw ToolError("there are no logs in " + utf8Of(folder) + "; " + expectedName);
     }
 }
 
@@ -93,9 +97,9 @@ void addNamed(const fs::path& path, FoundLogs& found) {
         failReading(path, status.type() == fs::file_type::not_found ? "there is no such file or folder"
                                                                     : error.message());
     }
-    const auto day = dayOfLogName(path.filename().string());
+    const auto day = dayOfLogName(utf8Of(path.filename()));
     if (!day) {
-        throw ToolError(path.string() + " is not named as a log; " + expectedName);
+        throw ToolError(utf8Of(path) + " is not named as a log; " + expectedName);
     }
     if (!fs::is_regular_file(status)) {
         failReading(path, "it is not a file");
@@ -117,7 +121,7 @@ void dropRepeated(std::vector<LogFile>& files) {
                 files.end());
     const auto twice = std::adjacent_find(files.begin(), files.end(), sameLog);
     if (twice != files.end()) {
-        throw ToolError(twice->path.string() + " and " + std::next(twice)->path.string() +
+        throw ToolError(utf8Of(twice->path) + " and " + utf8Of(std::next(twice)->path) +
                         " are both the log of one channel and day; name only one of them");
     }
 }
@@ -127,7 +131,7 @@ void dropRepeated(std::vector<LogFile>& files) {
 FoundLogs findLogs(const std::vector<std::string>& paths) {
     FoundLogs found;
     for (const std::string& path : paths) {
-        addNamed(path, found);
+        addNamed(pathOf(path), found);
     }
     std::sort(found.files.begin(), found.files.end(), [](const LogFile& a, const LogFile& b) {
         return std::tie(a.channel, a.day, a.path) < std::tie(b.channel, b.day, b.path);

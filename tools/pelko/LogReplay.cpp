@@ -2,9 +2,10 @@
 
 #include <map>
 
+#include "classes/platform/Interrupt.h"
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/Arguments.h"
 #include "tools/pelko/Details.h"
-#include "tools/pelko/Interrupt.h"
 #include "tools/pelko/Output.h"
 #include "tools/pelko/Target.h"
 #include "tools/pelko/Times.h"
@@ -12,12 +13,14 @@
 
 namespace pelkotool {
 
+using pelkoapi::interrupted;
 using pelkoapi::PelkoChatTarget;
 using pelkoapi::PelkoDBManager;
 using pelkoapi::PelkoMessage;
 using pelkoapi::PelkoRoom;
 using pelkoapi::PelkoSession;
 using pelkoapi::PelkoUser;
+using pelkoapi::utf8Of;
 
 namespace {
 
@@ -26,7 +29,7 @@ PelkoChatTarget roomOf(const std::string& channel) {
 }
 
 std::string placeOf(const LogFile& file, std::size_t lineNumber) {
-    return file.path.string() + " line " + std::to_string(lineNumber);
+    return utf8Of(file.path) + " line " + std::to_string(lineNumber);
 }
 
 }  // namespace
@@ -132,7 +135,7 @@ void LogReplay::storeRoom(const std::string& channel) {
 LogReplay::CurrentLog::CurrentLog(const LogFile& logFile)
     : file(logFile), content(readFile(logFile.path)), lines(splitLines(content)) {
     if (lines.size() > mostLines) {
-        throw ToolError(file.path.string() + " has " + std::to_string(lines.size()) +
+        throw ToolError(utf8Of(file.path) + " has " + std::to_string(lines.size()) +
                         " lines; a log may have at most " + std::to_string(mostLines));
     }
 }
@@ -150,7 +153,7 @@ long long LogReplay::CurrentLog::fingerprintThrough(std::size_t lineNumber) {
 
 void LogReplay::playFile(const LogFile& file, std::uintmax_t bytesBefore, ProgressBar& progress) {
     CurrentLog log(file);
-    const std::string label = file.channel + '/' + file.path.filename().string();
+    const std::string label = file.channel + '/' + utf8Of(file.path.filename());
     progress.show(bytesBefore, label);
     for (std::size_t i = passOver(log); i < log.lines.size(); ++i) {
         if (interrupted()) {
@@ -173,7 +176,7 @@ std::size_t LogReplay::passOver(CurrentLog& log) {
     const std::size_t line = placeOfMessageId(mark.messageId).line;
     log.changed = line > log.lines.size() || log.fingerprintThrough(line) != mark.fingerprint;
     if (log.changed && mSummary.changedLogs++ == 0) {
-        mSummary.firstChangedLog = log.file.path.string();
+        mSummary.firstChangedLog = utf8Of(log.file.path);
     }
     if (log.changed || mOptions.all) {
         return 0;

@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <iostream>
 
-#include "tools/pelko/Terminal.h"
+#include "classes/platform/Terminal.h"
 #include "tools/pelko/Text.h"
 
 namespace pelkotool {
+
+using pelkoapi::stderrIsTerminal;
+using pelkoapi::stderrWidth;
 
 namespace {
 

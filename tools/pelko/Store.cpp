@@ -8,6 +8,7 @@
 #include "classes/platform/DefaultPlatform.h"
 #include "classes/platform/FileUtil.h"
 #include "classes/platform/LoginContext.h"
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/Remedies.h"
 #include "tools/pelko/StoreLog.h"
 #include "tools/pelko/Target.h"
@@ -20,19 +21,20 @@ using pelkoapi::PelkoChatTarget;
 using pelkoapi::PelkoDBManager;
 using pelkoapi::PelkoMessage;
 using pelkoapi::PelkoSession;
+using pelkoapi::utf8Of;
 
 namespace {
 
 constexpr char otherFolder[] = "name a folder that can be written with --data-dir";
 
 [[noreturn]] void failAccount(const Account& account, const std::string& reason) {
-    throw ToolError("cannot open " + account.database.string() + ": " + reason);
+    throw ToolError("cannot open " + utf8Of(account.database) + ": " + reason);
 }
 
 void requireFolder(const Account& account) {
     std::error_code error;
     if (fs::exists(account.dataRoot, error) && !fs::is_directory(account.dataRoot, error)) {
-        throw ToolError("the data folder " + account.dataRoot.string() + " is not a folder; " + otherFolder);
+        throw ToolError("the data folder " + utf8Of(account.dataRoot) + " is not a folder; " + otherFolder);
     }
 }
 
@@ -44,7 +46,7 @@ void refuseMissing(const Account& account) {
     if (error) {
         failAccount(account, error.message() + "; " + otherFolder);
     }
-    throw ToolError("there is no account '" + account.user + "' in " + account.dataRoot.string() +
+    throw ToolError("there is no account '" + account.user + "' in " + utf8Of(account.dataRoot) +
                     "; 'pelko replay', 'pelko send' and 'pelko receive' make it, --user and --data-dir name "
                     "another");
 }
@@ -53,13 +55,13 @@ void createMissing(const Account& account) {
     std::error_code error;
     fs::create_directories(account.folder, error);
     if (error) {
-        throw ToolError("cannot make the folder " + account.folder.string() + ": " + error.message() + "; " +
+        throw ToolError("cannot make the folder " + utf8Of(account.folder) + ": " + error.message() + "; " +
                         otherFolder);
     }
     // An empty path is all that the manager would make of this failure.
     if (!fs::exists(account.database, error) &&
-        pelkoapi::FileUtil::createFile(account.database.string(), false) < 0) {
-        throw ToolError("cannot make the file " + account.database.string() + "; " + otherFolder);
+        pelkoapi::FileUtil::createFile(utf8Of(account.database), false) < 0) {
+        throw ToolError("cannot make the file " + utf8Of(account.database) + "; " + otherFolder);
     }
 }
 
@@ -75,8 +77,8 @@ Store::Store(const Account& account, IfMissing ifMissing) : mAccount(account) {
     if (std::error_code error; !fs::is_regular_file(account.database, error)) {
         failAccount(account, "it is not a file; move it away, or name another account with --user");
     }
-    pelkoapi::setAppDataRoot(account.dataRoot.string());
-    pelkoapi::setUserDataRoot(account.folder.string());
+    pelkoapi::setAppDataRoot(utf8Of(account.dataRoot));
+    pelkoapi::setUserDataRoot(utf8Of(account.folder));
     pelkoapi::LoginContext::getInstance()->setUserName(account.user);
     // What fails while an open file is made ready, such as an index on a full disk, is no reason to show
     // nothing: the operations tell for themselves whether they can work.

@@ -2,16 +2,17 @@
 
 #include <iostream>
 
+#include "classes/platform/Terminal.h"
 #include "tools/pelko/Arguments.h"
 #include "tools/pelko/Details.h"
 #include "tools/pelko/Json.h"
 #include "tools/pelko/Table.h"
-#include "tools/pelko/Terminal.h"
 
 namespace pelkotool {
 
 using pelkoapi::PelkoDBManager;
 using pelkoapi::PelkoUser;
+using pelkoapi::stdoutWidth;
 
 namespace {
 

@@ -120,6 +120,12 @@ TEST_F(LogTest, LinesGoToThePathThatWasSetLast) {
     EXPECT_EQ(contents(other), "there\n");
 }
 
+TEST_F(LogTest, ThePathIsUtf8) {
+    setLogFilePath((folder() / "größe 日本語.log").string());
+    log_file("%s", "here");
+    EXPECT_EQ(contents((folder() / std::filesystem::path(u"größe 日本語.log")).string()), "here\n");
+}
+
 TEST_F(LogTest, LongLinesAreNotCut) {
     const std::string line(100000, 'l');
     EXPECT_EQ(console([&] { c_ns_log("%s", line.c_str()); }), line + "\n");

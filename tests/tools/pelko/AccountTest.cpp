@@ -3,41 +3,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <optional>
-
+#include "tests/support/EnvironmentVariable.h"
 #include "tools/pelko/ToolError.h"
 
 using namespace pelkotool;
+using pelkotest::EnvironmentVariable;
 using testing::HasSubstr;
 
 namespace {
-
-/// Sets or unsets an environment variable, and puts back what was there.
-class EnvironmentVariable {
-public:
-    EnvironmentVariable(const char* name, const char* value) : mName(name) {
-        if (const char* const before = std::getenv(name)) {
-            mBefore = before;
-        }
-        set(value);
-    }
-    ~EnvironmentVariable() { set(mBefore ? mBefore->c_str() : nullptr); }
-    EnvironmentVariable(const EnvironmentVariable&) = delete;
-    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
-
-private:
-    void set(const char* value) {
-        if (value != nullptr) {
-            setenv(mName, value, 1);
-        } else {
-            unsetenv(mName);
-        }
-    }
-
-    const char* mName;
-    std::optional<std::string> mBefore;
-};
 
 GlobalOptions optionsFor(const std::string& user, const std::string& dataDir = "/data") {
     GlobalOptions options;

@@ -5,9 +5,10 @@
 #include <thread>
 
 #include "classes/platform/FileUtil.h"
+#include "classes/platform/Interrupt.h"
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/Arguments.h"
 #include "tools/pelko/Commands.h"
-#include "tools/pelko/Interrupt.h"
 #include "tools/pelko/Output.h"
 #include "tools/pelko/ProgressBar.h"
 #include "tools/pelko/Remedies.h"
@@ -24,6 +25,9 @@ namespace pelkotool {
 namespace {
 
 namespace fs = std::filesystem;
+
+using pelkoapi::catchInterrupts;
+using pelkoapi::utf8Of;
 
 struct BackupOptions {
     std::string out;
@@ -52,7 +56,7 @@ struct BackupFinisher {
 
 [[noreturn]] void failBackup(const fs::path& file, int code) {
     const std::string reason = sqlite3_errstr(code);
-    throw SqliteError("cannot copy " + file.string() + ": " + reason + remedyFor(reason), code & 0xff);
+    throw SqliteError("cannot copy " + utf8Of(file) + ": " + reason + remedyFor(reason), code & 0xff);
 }
 
 /// The rows of each table that is stored in the file.
@@ -106,15 +110,15 @@ void verifyCopy(const fs::path& file, const fs::path& copy, const std::vector<Co
         finding = "rows are missing";
     }
     if (finding != "ok") {
-        throw ToolError("no backup of " + file.string() + ": the copy does not hold (" + finding +
+        throw ToolError("no backup of " + utf8Of(file) + ": the copy does not hold (" + finding +
                         "); the file is damaged: 'pelko salvage OUT' rescues what is left");
     }
 }
 
 BackupReport copyOnce(const Database& from, const fs::path& out) {
     // Made as the store makes its files: nobody else may read it.
-    if (pelkoapi::FileUtil::createFile(out.string(), false) < 0) {
-        throw ToolError("cannot make the file " + out.string() + "; make its folder writable");
+    if (pelkoapi::FileUtil::createFile(utf8Of(out), false) < 0) {
+        throw ToolError("cannot make the file " + utf8Of(out) + "; make its folder writable");
     }
     BackupReport report;
     // One state from the first to the last page, however long it takes: without a transaction each commit of
@@ -174,8 +178,8 @@ void printBackup(const BackupReport& report, const Account& account, const NewPa
     }
     lines.print(std::cout);
     printLine("");
-    printField("from", account.database.string());
-    printField("into", out.wanted().string());
+    printField("from", utf8Of(account.database));
+    printField("into", utf8Of(out.wanted()));
     printField("bytes", std::to_string(report.bytes));
     printField("pages", std::to_string(report.pages));
     printLine("Checked: the copy is sound in all of its pages, and has the rows that the file had.");
@@ -186,8 +190,8 @@ Json backupJson(const BackupReport& report, const Account& account, const NewPat
     for (const CopiedTable& count : report.tables) {
         tables.push_back({{"table", count.table}, {"rows", count.rows}});
     }
-    return {{"database", account.database.string()},
-            {"out", out.wanted().string()},
+    return {{"database", utf8Of(account.database)},
+            {"out", utf8Of(out.wanted())},
             {"bytes", report.bytes},
             {"pages", report.pages},
             {"checked", Json::array({"integrity", "row counts"})},

@@ -1,9 +1,10 @@
 #include <algorithm>
 #include <memory>
 
+#include "classes/platform/Interrupt.h"
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/Arguments.h"
 #include "tools/pelko/Commands.h"
-#include "tools/pelko/Interrupt.h"
 #include "tools/pelko/Output.h"
 #include "tools/pelko/ToolError.h"
 #include "tools/pelko/file/AccountFile.h"
@@ -12,6 +13,9 @@
 // pelko check: whether a db.dat is whole, as SQLite tells it.
 
 namespace pelkotool {
+
+using pelkoapi::catchInterrupts;
+using pelkoapi::utf8Of;
 
 namespace {
 
@@ -43,7 +47,7 @@ void printCheck(const FileCheck& check, const Account& account, bool full) {
     }
     if (check.isWhole()) {
         const std::string size = counted(check.tables, "table") + ", " + counted(check.pages, "page");
-        printLine(account.database.string() + " is whole: " + size +
+        printLine(utf8Of(account.database) + " is whole: " + size +
                   (check.tables == 0 ? "; it holds nothing"
                    : full            ? ", indexes and tables compared"
                                      : "") +
@@ -57,7 +61,7 @@ Json checkJson(const FileCheck& check, const Account& account, bool full) {
         problems.push_back({{"table", problem.table.empty() ? Json(nullptr) : Json(problem.table)},
                             {"problem", problem.text}});
     }
-    return {{"file", account.database.string()},
+    return {{"file", utf8Of(account.database)},
             {"full", full},
             {"whole", check.isWhole()},
             {"tables", check.tables},
@@ -77,7 +81,7 @@ void check(const GlobalOptions& global, const CheckOptions& options) {
     }
     if (!result.isWhole()) {
         finishOutput();
-        throw ToolError(account.database.string() + " is damaged: " + numberOfProblems(result) +
+        throw ToolError(utf8Of(account.database) + " is damaged: " + numberOfProblems(result) +
                         "; 'pelko salvage OUT' rescues what is left");
     }
 }

@@ -1,9 +1,10 @@
 #include <memory>
 #include <system_error>
 
+#include "classes/platform/Interrupt.h"
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/Arguments.h"
 #include "tools/pelko/Commands.h"
-#include "tools/pelko/Interrupt.h"
 #include "tools/pelko/Output.h"
 #include "tools/pelko/ProgressBar.h"
 #include "tools/pelko/file/AccountFile.h"
@@ -17,6 +18,9 @@ namespace pelkotool {
 namespace {
 
 namespace fs = std::filesystem;
+
+using pelkoapi::catchInterrupts;
+using pelkoapi::utf8Of;
 
 struct CompactOptions {
     FileOptions file;
@@ -52,7 +56,7 @@ void takeAlone(const Database& database) {
         database.execute("PRAGMA locking_mode = EXCLUSIVE; BEGIN EXCLUSIVE; COMMIT");
     } catch (const SqliteError& error) {
         if (error.sqliteCode() == SQLITE_BUSY || error.sqliteCode() == SQLITE_LOCKED) {
-            throw ToolError("another program has " + database.file().string() +
+            throw ToolError("another program has " + utf8Of(database.file()) +
                             " open; end it, then run the command again");
         }
         throw;
@@ -62,7 +66,7 @@ void takeAlone(const Database& database) {
 void requireSoundFile(const Database& database) {
     Statement check = database.prepare("PRAGMA integrity_check(1)");
     if (const std::string finding = check.step() ? check.text(0) : "no answer"; finding != "ok") {
-        throw ToolError(database.file().string() + " is damaged (" + finding +
+        throw ToolError(utf8Of(database.file()) + " is damaged (" + finding +
                         "), and is left as it is; 'pelko salvage OUT' rescues what is left");
     }
 }
@@ -109,14 +113,14 @@ void runCompact(const GlobalOptions& global, const CompactOptions& options) {
     CompactReport report = compact(account.database);
     report.after = bytesWithLog(account.database);  // it is closed, and its log is gone
     if (options.json) {
-        printJson({{"database", account.database.string()},
+        printJson({{"database", utf8Of(account.database)},
                    {"bytes_before", report.before},
                    {"bytes_after", report.after},
                    {"bytes_won", report.won()},
                    {"free_pages_before", report.freePages}});
         return;
     }
-    printField("file", account.database.string());
+    printField("file", utf8Of(account.database));
     printField("bytes before", std::to_string(report.before));
     printField("bytes after", std::to_string(report.after));
     printLine(report.won() > 0 ? counted(report.won(), "byte") + " won."

@@ -6,6 +6,7 @@
 #include <memory>
 #include <tuple>
 
+#include "classes/platform/Terminal.h"
 #include "tools/pelko/Commands.h"
 #include "tools/pelko/Details.h"
 #include "tools/pelko/Json.h"
@@ -14,7 +15,6 @@
 #include "tools/pelko/Store.h"
 #include "tools/pelko/Table.h"
 #include "tools/pelko/Target.h"
-#include "tools/pelko/Terminal.h"
 #include "tools/pelko/Times.h"
 #include "tools/pelko/ToolError.h"
 
@@ -26,6 +26,7 @@ using pelkoapi::PelkoChatTarget;
 using pelkoapi::PelkoDBManager;
 using pelkoapi::PelkoMessage;
 using pelkoapi::PelkoSession;
+using pelkoapi::stdoutWidth;
 
 namespace {
 

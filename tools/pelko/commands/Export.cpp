@@ -8,10 +8,11 @@
 #include <utility>
 #include <vector>
 
+#include "classes/platform/Interrupt.h"
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/Arguments.h"
 #include "tools/pelko/Commands.h"
 #include "tools/pelko/DateRange.h"
-#include "tools/pelko/Interrupt.h"
 #include "tools/pelko/Number.h"
 #include "tools/pelko/Output.h"
 #include "tools/pelko/ProgressBar.h"
@@ -32,6 +33,9 @@
 namespace pelkotool {
 
 namespace fs = std::filesystem;
+
+using pelkoapi::catchInterrupts;
+using pelkoapi::utf8Of;
 
 namespace {
 
@@ -125,7 +129,7 @@ void requireTablesToExport(const Database& database) {
     for (const char* const table : {"tbl_msg", "tbl_session", "tbl_user", "tbl_room", "tbl_group"}) {
         Statement found = database.prepare("SELECT 1 FROM sqlite_master WHERE type = 'table' AND name = ?1");
         if (!found.bind(1, table).step()) {
-            throw ToolError(database.file().string() + " has no table " + table +
+            throw ToolError(utf8Of(database.file()) + " has no table " + table +
                             ", so there are no conversations to export; 'pelko inspect' shows what it has");
         }
     }
@@ -194,7 +198,7 @@ private:
                             [&](const Conversation& conversation) { return conversation.peer == peer; });
             if (!isThere) {
                 throw ToolError("--only " + peerText(peer) + ": there is no such conversation in " +
-                                mDatabase.file().string() +
+                                utf8Of(mDatabase.file()) +
                                 "; 'pelko inspect' and 'pelko sessions' show those that there are");
             }
         }
@@ -211,7 +215,7 @@ private:
     void makeFolder() const {
         std::error_code error;
         if (!fs::create_directory(mFolder, error)) {
-            throw ToolError("cannot make the folder " + mFolder.string() + ": " + error.message() +
+            throw ToolError("cannot make the folder " + utf8Of(mFolder) + ": " + error.message() +
                             "; name a place that can be written");
         }
         // Like the database, it belongs to its user alone.
@@ -297,8 +301,8 @@ void printExportAsJson(const ExportSummary& summary, const ExportOptions& option
     }
     const Attachments::Counts& files = summary.files;
     printJson(
-        {{"folder", out.string()},
-         {"index", order.formats.html ? Json((out / "index.html").string()) : Json(nullptr)},
+        {{"folder", utf8Of(out)},
+         {"index", order.formats.html ? Json(utf8Of(out / "index.html")) : Json(nullptr)},
          {"conversations", summary.conversations},
          {"messages", summary.messages},
          {"asked_for",
@@ -352,9 +356,9 @@ void printExport(const ExportSummary& summary, const ExportOrder& order, bool da
                        ", for which 'pelko import' refuses the export; 'pelko backup' copies such rows");
     }
     printField("bytes", std::to_string(summary.bytes));
-    printField("place", out.string());
+    printField("place", utf8Of(out));
     if (order.formats.html) {
-        printLine("Open " + (out / "index.html").string() + " in a browser.");
+        printLine("Open " + utf8Of(out / "index.html") + " in a browser.");
     }
 }
 

@@ -2,6 +2,7 @@
 #include <memory>
 #include <vector>
 
+#include "classes/platform/Terminal.h"
 #include "tools/pelko/Arguments.h"
 #include "tools/pelko/Commands.h"
 #include "tools/pelko/Details.h"
@@ -9,7 +10,6 @@
 #include "tools/pelko/Store.h"
 #include "tools/pelko/Table.h"
 #include "tools/pelko/Target.h"
-#include "tools/pelko/Terminal.h"
 #include "tools/pelko/ToolError.h"
 
 // pelko groups: the list of joined groups, and the details of groups.
@@ -19,6 +19,7 @@ namespace pelkotool {
 using pelkoapi::PelkoChatTarget;
 using pelkoapi::PelkoDBManager;
 using pelkoapi::PelkoGroup;
+using pelkoapi::stdoutWidth;
 
 namespace {
 

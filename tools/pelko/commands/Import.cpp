@@ -5,9 +5,10 @@
 #include <utility>
 #include <vector>
 
+#include "classes/platform/Interrupt.h"
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/Arguments.h"
 #include "tools/pelko/Commands.h"
-#include "tools/pelko/Interrupt.h"
 #include "tools/pelko/Output.h"
 #include "tools/pelko/ProgressBar.h"
 #include "tools/pelko/Store.h"
@@ -28,12 +29,16 @@ namespace pelkotool {
 
 namespace fs = std::filesystem;
 
+using pelkoapi::catchInterrupts;
+using pelkoapi::pathOf;
+using pelkoapi::utf8Of;
+
 namespace {
 
 using InsertedRows = std::vector<std::pair<std::string, long long>>;
 
 [[noreturn]] void failImport(const LineFile& file, const std::string& reason) {
-    throw ToolError(file.path().string() + " line " + std::to_string(file.number()) + ' ' + reason +
+    throw ToolError(utf8Of(file.path()) + " line " + std::to_string(file.number()) + ' ' + reason +
                     "; nothing was stored");
 }
 
@@ -48,7 +53,7 @@ ExportRecord exportRecordOf(const LineFile& file) {
 /// Reads the first line. @return the account that was exported; empty where it was not known
 std::string readExportHeader(LineFile& file) {
     if (!file.next()) {
-        throw ToolError(file.path().string() + " is empty; name an export.jsonl of 'pelko export'");
+        throw ToolError(utf8Of(file.path()) + " is empty; name an export.jsonl of 'pelko export'");
     }
     const ExportRecord header = exportRecordOf(file);
     const auto* const record = header.findOf<std::string>(key::record);
@@ -101,7 +106,7 @@ void importRows(LineFile& file, RowImport& rows) {
         bar.show(file.bytesRead(), counted(count, "row"));
     }
     if (!ended) {
-        throw ToolError(file.path().string() + " breaks off behind line " + std::to_string(file.number()) +
+        throw ToolError(utf8Of(file.path()) + " breaks off behind line " + std::to_string(file.number()) +
                         ", without the line of its end; export or copy it again; nothing was stored");
     }
 }
@@ -111,7 +116,7 @@ void requireNoRowsYet(const Database& database) {
         Statement found = database.prepare("SELECT 1 FROM sqlite_master WHERE name = ?1");
         const std::string name = table.name;
         if (found.bind(1, name).step() && database.number("SELECT 1 FROM " + name + " LIMIT 1") != 0) {
-            throw ToolError(database.file().string() + " has rows in " + name +
+            throw ToolError(utf8Of(database.file()) + " has rows in " + name +
                             "; import into an account without any, named with --user or --data-dir");
         }
     }
@@ -148,7 +153,7 @@ void printImport(const InsertedRows& rows, const std::string& exported, const Ac
         counts[table] = count;
     }
     if (json) {
-        printJson({{"database", account.database.string()},
+        printJson({{"database", utf8Of(account.database)},
                    {"account", account.user},
                    {"exported_account", exported.empty() ? Json(nullptr) : Json(exported)},
                    {"rows", counts}});
@@ -159,7 +164,7 @@ void printImport(const InsertedRows& rows, const std::string& exported, const Ac
         table.add({name, std::to_string(count)});
     }
     table.print(std::cout);
-    printLine("Stored in " + account.database.string() + '.');
+    printLine("Stored in " + utf8Of(account.database) + '.');
     if (!exported.empty() && exported != account.user) {
         printLine(
             "These rows are of the account '" + exported +
@@ -177,8 +182,8 @@ void importFile(const GlobalOptions& global, const std::string& path, bool json)
     if (fs::exists(account.database, error) && fs::is_regular_file(account.database, error)) {
         requireNoRowsYet(Database::openToRead(account.database));  // before the store repairs any
     }
-    LineFile file(fs::is_directory(path, error) ? fs::path(path) / jsonLinesName : fs::path(path),
-                  longestLine);
+    const fs::path given = pathOf(path);
+    LineFile file(fs::is_directory(given, error) ? given / jsonLinesName : given, longestLine);
     const std::string exported = readExportHeader(file);
     catchInterrupts();
     const InsertedRows rows = importAccount(account, file);

@@ -4,6 +4,7 @@
 #include <string>
 #include <system_error>
 
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/Arguments.h"
 #include "tools/pelko/Commands.h"
 #include "tools/pelko/Output.h"
@@ -19,6 +20,9 @@
 namespace pelkotool {
 
 namespace fs = std::filesystem;
+
+using pelkoapi::pathOf;
+using pelkoapi::utf8Of;
 
 namespace {
 
@@ -36,12 +40,13 @@ std::optional<fs::path> folderToSearch(const InspectOptions& options, const Acco
     if (options.attachments->empty()) {
         throw UsageError("--attachments '' is no folder; name one, or leave the option out");
     }
+    const fs::path folder = pathOf(*options.attachments);
     std::error_code error;
-    if (!fs::is_directory(*options.attachments, error)) {
+    if (!fs::is_directory(folder, error)) {
         throw ToolError("--attachments '" + *options.attachments +
                         "' is no folder that is there; name the one that holds the attachments");
     }
-    return fs::absolute(*options.attachments).lexically_normal();
+    return fs::absolute(folder).lexically_normal();
 }
 
 void inspect(const GlobalOptions& global, const InspectOptions& options) {
@@ -56,7 +61,7 @@ void inspect(const GlobalOptions& global, const InspectOptions& options) {
     }
     if (!inspection.failures().empty()) {
         finishOutput();
-        throw ToolError("parts of " + account.database.string() + " could not be read; " +
+        throw ToolError("parts of " + utf8Of(account.database) + " could not be read; " +
                         remedyForUnread(inspection));
     }
 }

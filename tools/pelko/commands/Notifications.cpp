@@ -5,13 +5,13 @@
 #include <optional>
 #include <vector>
 
+#include "classes/platform/Terminal.h"
 #include "tools/pelko/Arguments.h"
 #include "tools/pelko/Commands.h"
 #include "tools/pelko/Json.h"
 #include "tools/pelko/Store.h"
 #include "tools/pelko/Table.h"
 #include "tools/pelko/Target.h"
-#include "tools/pelko/Terminal.h"
 #include "tools/pelko/Times.h"
 #include "tools/pelko/ToolError.h"
 
@@ -21,6 +21,7 @@ namespace pelkotool {
 
 using pelkoapi::PelkoDBManager;
 using pelkoapi::PelkoNotify;
+using pelkoapi::stdoutWidth;
 
 namespace {
 

@@ -7,9 +7,10 @@
 #include <numeric>
 #include <vector>
 
+#include "classes/platform/Interrupt.h"
 #include "classes/platform/StringFormatUtil.h"
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/Commands.h"
-#include "tools/pelko/Interrupt.h"
 #include "tools/pelko/Json.h"
 #include "tools/pelko/LogReplay.h"
 #include "tools/pelko/Number.h"
@@ -23,7 +24,9 @@ namespace pelkotool {
 
 namespace {
 
+using pelkoapi::catchInterrupts;
 using pelkoapi::StringFormatUtil;
+using pelkoapi::utf8Of;
 
 constexpr long long largestBatch = 1'000'000'000;
 
@@ -72,7 +75,7 @@ Json summaryJson(const ReplaySummary& summary, const Circumstances& circumstance
             {"files_passed_over", circumstances.passedOver},
             {"seconds", circumstances.seconds},
             {"messages_per_second", std::round(circumstances.messagesPerSecond)},
-            {"database", account.database.string()},
+            {"database", utf8Of(account.database)},
             {"file_size", circumstances.fileSize},
             {"interrupted", summary.interrupted},
             {"rooms", std::move(rooms)}};
@@ -115,7 +118,7 @@ void printSummary(const ReplaySummary& summary, const Circumstances& circumstanc
     }
     printFigure("messages per second", static_cast<std::uint64_t>(circumstances.messagesPerSecond),
                 StringFormatUtil::string_format("in %.2f seconds", circumstances.seconds));
-    printFigure("bytes in the file", circumstances.fileSize, account.database.string());
+    printFigure("bytes in the file", circumstances.fileSize, utf8Of(account.database));
 
     Table table({{"ROOM"},
                  {"CHANNEL"},

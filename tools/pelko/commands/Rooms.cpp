@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "classes/platform/Terminal.h"
 #include "tools/pelko/Arguments.h"
 #include "tools/pelko/Commands.h"
 #include "tools/pelko/Details.h"
@@ -11,7 +12,6 @@
 #include "tools/pelko/Store.h"
 #include "tools/pelko/Table.h"
 #include "tools/pelko/Target.h"
-#include "tools/pelko/Terminal.h"
 #include "tools/pelko/ToolError.h"
 
 // pelko rooms: the details of chat rooms.
@@ -21,6 +21,7 @@ namespace pelkotool {
 using pelkoapi::PelkoChatTarget;
 using pelkoapi::PelkoDBManager;
 using pelkoapi::PelkoRoom;
+using pelkoapi::stdoutWidth;
 
 namespace {
 

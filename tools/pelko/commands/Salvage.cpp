@@ -3,6 +3,7 @@
 #include <iostream>
 #include <memory>
 
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/Arguments.h"
 #include "tools/pelko/Commands.h"
 #include "tools/pelko/Output.h"
@@ -13,6 +14,8 @@
 // pelko salvage: what is left of a damaged file into a new one.
 
 namespace pelkotool {
+
+using pelkoapi::utf8Of;
 
 namespace {
 
@@ -48,8 +51,8 @@ Json salvageJson(const SalvageReport& report, const Account& account, const NewP
                 {{"table", table.layout->name}, {"column", column.name}, {"taken_for", column.takenFor}});
         }
     }
-    return {{"database", account.database.string()},
-            {"out", out.wanted().string()},
+    return {{"database", utf8Of(account.database)},
+            {"out", utf8Of(out.wanted())},
             {"recovered", report.recovered()},
             {"lost", report.lost()},
             {"nothing_lost", report.isWhole()},
@@ -164,8 +167,8 @@ void printSalvage(const SalvageReport& report, const Account& account, const New
     printSalvagedTables(report);
     printLine("");
     printNotCopied(report);
-    printField("from", account.database.string());
-    printField("into", out.wanted().string());
+    printField("from", utf8Of(account.database));
+    printField("into", utf8Of(out.wanted()));
     printField("pages", std::to_string(report.pages) + " of " + std::to_string(report.pageSize) + " bytes, " +
                             std::to_string(report.unusablePages) + " of them of no use" +
                             (report.missingPages > 0

@@ -5,6 +5,7 @@
 #include <tuple>
 #include <vector>
 
+#include "classes/platform/Terminal.h"
 #include "tools/pelko/Arguments.h"
 #include "tools/pelko/Commands.h"
 #include "tools/pelko/DateRange.h"
@@ -12,7 +13,6 @@
 #include "tools/pelko/MessageView.h"
 #include "tools/pelko/Number.h"
 #include "tools/pelko/Target.h"
-#include "tools/pelko/Terminal.h"
 #include "tools/pelko/Text.h"
 #include "tools/pelko/Times.h"
 #include "tools/pelko/file/AccountFile.h"
@@ -27,6 +27,7 @@ namespace pelkotool {
 namespace {
 
 using pelkoapi::PelkoMessage;
+using pelkoapi::stdoutWidth;
 
 constexpr long long mostHits = 1'000'000;
 constexpr long long mostContext = 1000;

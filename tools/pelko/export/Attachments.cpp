@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/Text.h"
 #include "tools/pelko/ToolError.h"
 #include "tools/pelko/export/PassiveFiles.h"
@@ -19,6 +20,9 @@
 namespace pelkotool {
 
 namespace fs = std::filesystem;
+
+using pelkoapi::pathOf;
+using pelkoapi::utf8Of;
 
 namespace {
 
@@ -124,8 +128,8 @@ bool Attachments::isOfTheAccount(const fs::path& place) const {
 
 /// Whether it is a database, of this account or another, or belongs to one: their content is not for export.
 bool Attachments::isDatabase(const fs::path& original) const {
-    const std::string name = inSmallLetters(original.filename().string());
-    const std::string own = inSmallLetters(mAccount.database.filename().string());
+    const std::string name = inSmallLetters(utf8Of(original.filename()));
+    const std::string own = inSmallLetters(utf8Of(mAccount.database.filename()));
     if (name.rfind("db.dat", 0) == 0 || name.rfind(own, 0) == 0) {
         return true;  // with all that lies beside it: "db.dat-wal"
     }
@@ -142,10 +146,11 @@ std::string Attachments::copyOf(const fs::path& original) {
         return {};
     }
     const fs::path folder = mFolder / copiesFolder;
-    const std::string name = attachmentName(mCounts.copied + 1, original.filename().string());
+    const std::string name = attachmentName(mCounts.copied + 1, utf8Of(original.filename()));
     std::error_code error;
     fs::create_directory(folder, error);
-    std::ofstream to(folder / name, std::ios::binary | std::ios::trunc);
+    const fs::path copy = folder / pathOf(name);
+    std::ofstream to(copy, std::ios::binary | std::ios::trunc);
     constexpr std::size_t blockSize = std::size_t{1} << 18U;
     std::vector<char> block(blockSize);
     std::uintmax_t bytes = 0;
@@ -157,11 +162,11 @@ std::string Attachments::copyOf(const fs::path& original) {
     }
     to.close();
     if (!to) {
-        throw ToolError("cannot write " + (folder / name).string() + ": " + std::strerror(errno) +
+        throw ToolError("cannot write " + utf8Of(copy) + ": " + std::strerror(errno) +
                         "; make room there, or leave attachments out with --media none");
     }
     if (from.bad()) {  // a part of a file would be taken for the whole
-        fs::remove(folder / name, error);
+        fs::remove(copy, error);
         ++mCounts.missing;
         return {};
     }

@@ -2,6 +2,7 @@
 
 #include <system_error>
 
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/ToolError.h"
 #include "tools/pelko/export/HtmlFiles.h"
 #include "tools/pelko/export/HtmlFolders.h"
@@ -11,12 +12,15 @@
 
 namespace pelkotool {
 
+using pelkoapi::pathOf;
+using pelkoapi::utf8Of;
+
 namespace {
 
 void writeStylesAndScript(const std::filesystem::path& folder) {
     for (const HtmlFile& file : htmlFiles()) {
         if (!file.isTemplate()) {
-            writeHtmlFile(folder / file.name, file.content);
+            writeHtmlFile(folder / pathOf(file.name), file.content);
         }
     }
 }
@@ -40,7 +44,7 @@ void writeHtml(const Database& database, const HtmlExport& what) {
     try {
         writeAll(database, what);
     } catch (const std::filesystem::filesystem_error& error) {
-        throw ToolError("cannot write " + error.path1().string() + ": " + error.code().message());
+        throw ToolError("cannot write " + utf8Of(error.path1()) + ": " + error.code().message());
     }
 }
 

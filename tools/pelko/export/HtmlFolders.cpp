@@ -1,5 +1,6 @@
 #include "tools/pelko/export/HtmlFolders.h"
 
+#include <algorithm>
 #include <string_view>
 
 #include "tools/pelko/Text.h"

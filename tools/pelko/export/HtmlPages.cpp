@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/Output.h"
 #include "tools/pelko/ToolError.h"
 #include "tools/pelko/export/HtmlDates.h"
@@ -13,7 +14,9 @@
 namespace pelkotool {
 
 using ctemplate::TemplateDictionary;
+using pelkoapi::pathOf;
 using pelkoapi::PelkoMessage;
+using pelkoapi::utf8Of;
 
 namespace {
 
@@ -74,7 +77,7 @@ HtmlPages::HtmlPages(const Database& database, const HtmlExport& what, HtmlTempl
 PelkoMessage HtmlPages::read(long long row) {
     mMessages.bind(1, row);
     if (!mMessages.step()) {
-        throw ToolError(mDatabase.file().string() + ": the message of row " + std::to_string(row) +
+        throw ToolError(utf8Of(mDatabase.file()) + ": the message of row " + std::to_string(row) +
                         " is not there any more; run the command again, or 'pelko check'");
     }
     PelkoMessage message = messageOf(mMessages);
@@ -168,7 +171,7 @@ ConversationSummary HtmlPages::write(const Conversation& conversation, const std
     ConversationSummary summary;
     summary.folder = "chats/" + folder;
     mSearch.addConversation(titleOf(conversation), lineText(peerText(conversation.peer)), summary.folder);
-    const std::filesystem::path path = mWhat.folder / "chats" / folder;
+    const std::filesystem::path path = mWhat.folder / "chats" / pathOf(folder);
     std::filesystem::create_directories(path);
 
     const std::size_t count = pageCount(conversation, mWhat.messagesPerPage);
@@ -179,7 +182,7 @@ ConversationSummary HtmlPages::write(const Conversation& conversation, const std
         TemplateDictionary values("conversation.tpl");
         putHeader(conversation, page, values);
         putMessages(conversation, page, summary, values);
-        writeHtmlFile(path / (std::to_string(page.number) + ".html"),
+        writeHtmlFile(path / pathOf(std::to_string(page.number) + ".html"),
                       mTemplates.expand("conversation.tpl", values));
     }
     return summary;

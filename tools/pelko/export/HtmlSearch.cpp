@@ -1,10 +1,13 @@
 #include "tools/pelko/export/HtmlSearch.h"
 
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/Output.h"
 #include "tools/pelko/Times.h"
 #include "tools/pelko/export/HtmlTemplates.h"
 
 namespace pelkotool {
+
+using pelkoapi::pathOf;
 
 namespace {
 
@@ -60,7 +63,8 @@ void HtmlSearch::add(const Message& message) {
 void HtmlSearch::writeMessages() {
     ++mFiles;
     const std::string number = std::to_string(mFiles);
-    writeHtmlFile(mFolder / (number + ".js"), "pelkoSearch(" + number + ", [\n" + mMessages + "\n]);\n");
+    writeHtmlFile(mFolder / pathOf(number + ".js"),
+                  "pelkoSearch(" + number + ", [\n" + mMessages + "\n]);\n");
     mMessages.clear();
 }
 

@@ -4,10 +4,13 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/ToolError.h"
 #include "tools/pelko/export/HtmlFiles.h"
 
 namespace pelkotool {
+
+using pelkoapi::utf8Of;
 
 bool HtmlFile::isTemplate() const {
     constexpr std::string_view ending = ".tpl";
@@ -51,7 +54,7 @@ void writeHtmlFile(const std::filesystem::path& file, const std::string& content
     stream << content;
     stream.close();
     if (!stream) {
-        throw ToolError("cannot write " + file.string() + "; make room there, and the folder writable");
+        throw ToolError("cannot write " + utf8Of(file) + "; make room there, and the folder writable");
     }
 }
 

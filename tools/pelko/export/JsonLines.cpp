@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "PelkoChatTarget.h"
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/Output.h"
 #include "tools/pelko/Times.h"
 #include "tools/pelko/ToolError.h"
@@ -17,6 +18,8 @@
 #include "tools/pelko/file/Tables.h"
 
 namespace pelkotool {
+
+using pelkoapi::utf8Of;
 
 namespace {
 
@@ -80,7 +83,7 @@ public:
 private:
     void check() const {
         if (!mFile) {
-            throw ToolError("cannot write " + mPath.string() + ": " + std::strerror(errno) +
+            throw ToolError("cannot write " + utf8Of(mPath) + ": " + std::strerror(errno) +
                             "; make room there, or name another place");
         }
     }
@@ -146,7 +149,7 @@ private:
                 return name;
             }
         }
-        throw ToolError(mDatabase.file().string() + ": the columns of " + table +
+        throw ToolError(utf8Of(mDatabase.file()) + ": the columns of " + table +
                         " hide its row ids; 'pelko inspect' shows them");
     }
 

@@ -4,11 +4,14 @@
 #include <system_error>
 #include <utility>
 
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/ToolError.h"
 
 namespace pelkotool {
 
 namespace fs = std::filesystem;
+
+using pelkoapi::utf8Of;
 
 namespace {
 
@@ -20,24 +23,24 @@ LineFile::LineFile(fs::path path, std::size_t longest)
     : mPath(std::move(path)), mLongest(longest), mBlock(lineBlockSize) {
     std::error_code error;
     if (!fs::exists(mPath, error)) {
-        throw ToolError("there is no file " + mPath.string() +
+        throw ToolError("there is no file " + utf8Of(mPath) +
                         (error ? ": " + error.message() : "; name an export.jsonl or its folder"));
     }
     // A pipe or a device would be waited for.
     if (!fs::is_regular_file(mPath, error)) {
-        throw ToolError(mPath.string() + " is not a file; name an export.jsonl or its folder");
+        throw ToolError(utf8Of(mPath) + " is not a file; name an export.jsonl or its folder");
     }
     mSize = fs::file_size(mPath, error);
     mFile.open(mPath, std::ios::binary);
     if (!mFile) {
-        throw ToolError(mPath.string() + " cannot be read; make it readable");
+        throw ToolError(utf8Of(mPath) + " cannot be read; make it readable");
     }
 }
 
 bool LineFile::fill() {
     mFile.read(mBlock.data(), static_cast<std::streamsize>(mBlock.size()));
     if (mFile.bad()) {
-        throw ToolError("cannot read " + mPath.string() + " behind line " + std::to_string(mNumber) +
+        throw ToolError("cannot read " + utf8Of(mPath) + " behind line " + std::to_string(mNumber) +
                         "; copy it to another place");
     }
     mBegin = 0;
@@ -53,7 +56,7 @@ bool LineFile::next() {
         const auto end = std::find(from, to, '\n');
         const auto length = static_cast<std::size_t>(end - from);
         if (length > mLongest - mLine.size()) {
-            throw ToolError(mPath.string() + " line " + std::to_string(mNumber + 1) + " is longer than " +
+            throw ToolError(utf8Of(mPath) + " line " + std::to_string(mNumber + 1) + " is longer than " +
                             std::to_string(mLongest) +
                             " bytes, the most that is read; 'pelko backup' copies a store with such rows");
         }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <system_error>
 
+#include "classes/platform/FolderSync.h"
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/ToolError.h"
 #include "tools/pelko/file/Database.h"
 
@@ -10,10 +12,12 @@ namespace pelkotool {
 
 namespace fs = std::filesystem;
 
+using pelkoapi::utf8Of;
+
 NewAccountFile::NewAccountFile(const Account& account) : mAccount(account), mGrowing(account) {
     requireNoRemains();
     makeFolders();
-    mPath = std::make_unique<NewPath>(account.database.string());
+    mPath = std::make_unique<NewPath>(utf8Of(account.database));
     mGrowing.folder = mPath->unfinished();
     mGrowing.database = mGrowing.folder / account.database.filename();
 }
@@ -39,7 +43,7 @@ void NewAccountFile::makeFolders() {
             std::error_code ignored;
             fs::remove(folder, ignored);
         });
-        throw ToolError("cannot make the folder " + mAccount.folder.string() + ": " + error.message() +
+        throw ToolError("cannot make the folder " + utf8Of(mAccount.folder) + ": " + error.message() +
                         "; name a folder that can be written with --data-dir");
     }
 }
@@ -50,7 +54,7 @@ void NewAccountFile::requireNoRemains() const {
         const fs::path remains = besideDatabase(mAccount.database, suffix);
         std::error_code error;
         if (fs::exists(fs::symlink_status(remains, error))) {
-            throw ToolError(remains.string() + " is left of a database that is gone; move it away");
+            throw ToolError(utf8Of(remains) + " is left of a database that is gone; move it away");
         }
     }
 }
@@ -59,16 +63,20 @@ void NewAccountFile::finish() {
     std::error_code error;
     const fs::path log = besideDatabase(mGrowing.database, "-wal");
     if (fs::exists(log, error)) {
-        throw ToolError("cannot complete " + mGrowing.database.string() + "; make room on the disk");
+        throw ToolError("cannot complete " + utf8Of(mGrowing.database) + "; make room on the disk");
     }
     requireNoRemains();
     if (fs::exists(fs::symlink_status(mAccount.database, error))) {
-        throw ToolError("another program has made " + mAccount.database.string() +
+        throw ToolError("another program has made " + utf8Of(mAccount.database) +
                         " meanwhile; import into another account");
     }
     fs::rename(mGrowing.database, mAccount.database, error);
     if (error) {
-        throw ToolError("cannot put " + mAccount.database.string() + " in its place: " + error.message());
+        throw ToolError("cannot put " + utf8Of(mAccount.database) + " in its place: " + error.message());
+    }
+    pelkoapi::syncFolder(mAccount.folder);
+    for (const fs::path& folder : mMadeFolders) {
+        pelkoapi::syncFolder(folder.parent_path());
     }
     mFinished = true;
 }

@@ -1,5 +1,6 @@
 #include "tools/pelko/file/AccountFile.h"
 
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/Arguments.h"
 #include "tools/pelko/ToolError.h"
 #include "tools/pelko/file/Peers.h"
@@ -7,6 +8,8 @@
 namespace pelkotool {
 
 namespace fs = std::filesystem;
+
+using pelkoapi::pathOf;
 
 void addFileOption(CLI::App& command, FileOptions& options) {
     addGiven(command, "--file", "FILE", options.file,
@@ -26,7 +29,7 @@ Account accountFileOf(const GlobalOptions& global, const FileOptions& options) {
         here.dataDirGiven = true;
     }
     Account account = accountOf(here);
-    account.database = fs::absolute(*options.file).lexically_normal();
+    account.database = fs::absolute(pathOf(*options.file)).lexically_normal();
     account.folder = account.database.parent_path();
     if (!global.dataDirGiven) {
         account.dataRoot = account.folder;
@@ -43,7 +46,7 @@ std::string ownNameIn(const Database& database, const Account& account) {
 }
 
 fs::path attachmentPlace(const Account& account, const std::string& storedPath) {
-    const fs::path path(storedPath);
+    const fs::path path = pathOf(storedPath);
     return path.is_absolute() ? path : account.dataRoot / path;
 }
 

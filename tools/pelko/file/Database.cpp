@@ -5,6 +5,7 @@
 #include <system_error>
 #include <utility>
 
+#include "classes/platform/Utf8Path.h"
 #include "classes/sqlite/CppSQLite3.h"
 #include "classes/sqlite/DatabaseKey.h"
 #include "classes/sqlite/UntrustedFile.h"
@@ -13,6 +14,9 @@
 namespace pelkotool {
 
 namespace fs = std::filesystem;
+
+using pelkoapi::pathOf;
+using pelkoapi::utf8Of;
 
 namespace {
 
@@ -33,7 +37,7 @@ void useKey(const fs::path& file, sqlite3* db) {
         pelkoapi::useDatabaseKey(db);
     } catch (const pelkoapi::CppSQLite3Exception& failure) {
         const std::string reason = failure.errorMessage();
-        throw SqliteError(file.string() + ": " + reason + remedyFor(reason), failure.errorCode());
+        throw SqliteError(utf8Of(file) + ": " + reason + remedyFor(reason), failure.errorCode());
     }
 }
 
@@ -48,14 +52,14 @@ std::uintmax_t sizeOf(const fs::path& file) {
 void requireReadableFile(const fs::path& file) {
     std::error_code error;
     if (!fs::exists(file, error)) {
-        throw ToolError("there is no file " + file.string() +
+        throw ToolError("there is no file " + utf8Of(file) +
                         (error ? ": " + error.message() : "; check --data-dir, --user or --file"));
     }
     if (!fs::is_regular_file(file, error)) {
-        throw ToolError(file.string() + " is not a file; name a db.dat");
+        throw ToolError(utf8Of(file) + " is not a file; name a db.dat");
     }
     if (!std::ifstream(file, std::ios::binary)) {
-        throw ToolError(file.string() +
+        throw ToolError(utf8Of(file) +
                         " cannot be read; make it readable, or copy it to a place where it is");
     }
 }
@@ -70,7 +74,7 @@ std::string quotedName(const std::string& name) {
 
 fs::path besideDatabase(const fs::path& file, const std::string& suffix) {
     fs::path beside = file;
-    beside += suffix;
+    beside += pathOf(suffix);
     return beside;
 }
 
@@ -150,17 +154,17 @@ std::string Statement::text(int column) const {
 
 Database::Database(const fs::path& file, int flags, const std::string& query) : mFile(file) {
     sqlite3* handle = nullptr;
-    const int opened = sqlite3_open_v2(pelkoapi::fileUri(file.string(), query).c_str(), &handle,
+    const int opened = sqlite3_open_v2(pelkoapi::fileUri(utf8Of(file), query).c_str(), &handle,
                                        flags | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX, nullptr);
     mHandle.reset(handle);
     if (opened != SQLITE_OK) {
-        throwError(mFile.string(), handle, opened);
+        throwError(utf8Of(mFile), handle, opened);
     }
     if (query != inMemoryQuery) {
         useKey(mFile, handle);
     }
     if (const int refused = pelkoapi::trustNothing(handle); refused != SQLITE_OK) {
-        throwError(mFile.string(), handle, refused);
+        throwError(utf8Of(mFile), handle, refused);
     }
     sqlite3_busy_timeout(handle, busyTimeoutMs);
 }
@@ -201,10 +205,10 @@ Database Database::openToRead(const fs::path& file) {
         if (isInLogMode(file) && sizeOf(log) == 0 && sizeOf(besideDatabase(file, "-journal")) == 0) {
             return openWithoutLocks(file);  // an empty log left by a client that ended hard
         }
-        throw SqliteError(file.string() +
+        throw SqliteError(utf8Of(file) +
                               " has changes waiting beside it that cannot be taken up here; copy it with "
                               "the files " +
-                              log.filename().string() + " and " + file.filename().string() +
+                              utf8Of(log.filename()) + " and " + utf8Of(file.filename()) +
                               "-journal beside it, where they are, to a folder that can be written",
                           failure.sqliteCode());
     }
@@ -222,7 +226,7 @@ Database Database::openToWrite(const fs::path& file) {
 Database Database::create(const fs::path& file) {
     std::error_code error;
     if (fs::exists(file, error)) {
-        throw ToolError(file.string() + " is there already; name a file that is not");
+        throw ToolError(utf8Of(file) + " is there already; name a file that is not");
     }
     return {file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, "mode=rwc"};
 }
@@ -234,7 +238,7 @@ Database Database::inMemory() {
 void Database::execute(const std::string& sql) const {
     if (const int result = sqlite3_exec(mHandle.get(), sql.c_str(), nullptr, nullptr, nullptr);
         result != SQLITE_OK) {
-        throwError(mFile.string(), mHandle.get(), result);
+        throwError(utf8Of(mFile), mHandle.get(), result);
     }
 }
 
@@ -245,7 +249,7 @@ long long Database::number(const std::string& sql) const {
 
 void Database::requireUnchanged() const {
     if (mReadsWithoutLocks && !(stampOf(mFile) == mStamp)) {
-        throw ToolError(mFile.string() + " was opened by another program meanwhile; run the command again");
+        throw ToolError(utf8Of(mFile) + " was opened by another program meanwhile; run the command again");
     }
 }
 

@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "classes/platform/Utf8Path.h"
+
 #include "tools/pelko/file/SqliteError.h"
 
 // A db.dat as the file that it is, beside the operations of the store: for looking at it without changing
@@ -74,7 +76,7 @@ public:
     /// An empty one that lies in no file.
     static Database inMemory();
 
-    Statement prepare(const std::string& sql) const { return {mHandle.get(), sql, mFile.string()}; }
+    Statement prepare(const std::string& sql) const { return {mHandle.get(), sql, pelkoapi::utf8Of(mFile)}; }
     void execute(const std::string& sql) const;
     /// The first column of the first row as a number; 0 without a row.
     long long number(const std::string& sql) const;

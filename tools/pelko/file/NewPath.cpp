@@ -3,7 +3,9 @@
 #include <random>
 #include <system_error>
 
+#include "classes/platform/FolderSync.h"
 #include "classes/platform/StringFormatUtil.h"
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/ToolError.h"
 #include "tools/pelko/file/Database.h"
 
@@ -11,13 +13,15 @@ namespace pelkotool {
 
 namespace fs = std::filesystem;
 
+using pelkoapi::pathOf;
+using pelkoapi::utf8Of;
+
 namespace {
 
 void requireNothingThere(const fs::path& path) {
     std::error_code error;
     if (fs::exists(fs::symlink_status(path, error))) {
-        throw UsageError("there is something at " + path.string() +
-                         " already; name a place where nothing is");
+        throw UsageError("there is something at " + utf8Of(path) + " already; name a place where nothing is");
     }
 }
 
@@ -27,15 +31,15 @@ NewPath::NewPath(const std::string& path) {
     if (path.empty()) {
         throw UsageError("'' is no place to write to; name a file or folder that is not there yet");
     }
-    mWanted = fs::absolute(path).lexically_normal();
+    mWanted = fs::absolute(pathOf(path)).lexically_normal();
     if (!mWanted.has_filename()) {
         mWanted = mWanted.parent_path();  // "out/"
     }
     requireNothingThere(mWanted);
     std::error_code error;
     if (!fs::is_directory(mWanted.parent_path(), error)) {
-        throw UsageError("there is no folder " + mWanted.parent_path().string() + " to write " +
-                         mWanted.filename().string() + " into; make it first");
+        throw UsageError("there is no folder " + utf8Of(mWanted.parent_path()) + " to write " +
+                         utf8Of(mWanted.filename()) + " into; make it first");
     }
     mUnfinished = besideDatabase(
         mWanted, pelkoapi::StringFormatUtil::string_format(".unfinished-%08x", std::random_device()()));
@@ -68,8 +72,9 @@ void NewPath::giveName(const fs::path& file) const {
     std::error_code error;
     fs::rename(file, mWanted, error);
     if (error) {
-        throw ToolError("cannot give " + mWanted.string() + " its name: " + error.message());
+        throw ToolError("cannot give " + utf8Of(mWanted) + " its name: " + error.message());
     }
+    pelkoapi::syncFolder(mWanted.parent_path());
 }
 
 }  // namespace pelkotool

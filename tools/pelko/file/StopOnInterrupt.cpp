@@ -3,10 +3,12 @@
 #include <string>
 #include <utility>
 
-#include "tools/pelko/Interrupt.h"
+#include "classes/platform/Interrupt.h"
 #include "tools/pelko/ToolError.h"
 
 namespace pelkotool {
+
+using pelkoapi::interrupted;
 
 StopOnInterrupt::StopOnInterrupt(sqlite3* db, std::function<void()> onProgress)
     : mDb(db), mOnProgress(std::move(onProgress)) {

@@ -6,7 +6,11 @@
 #include <iterator>
 #include <stdexcept>
 
+#include "classes/platform/Utf8Path.h"
+
 namespace pelkotool {
+
+using pelkoapi::utf8Of;
 
 const std::vector<TableLayout>& expectedTables() {
     static const std::vector<TableLayout> tables = {
@@ -121,7 +125,7 @@ void requireColumns(const Database& database, const std::vector<const char*>& ta
     for (const char* const table : tables) {
         for (const Column& column : expectedTable(table).columns) {
             if (!found.bind(1, table).bind(2, column.name).step()) {
-                throw ToolError(database.file().string() + " has no column " + column.name + " in a table " +
+                throw ToolError(utf8Of(database.file()) + " has no column " + column.name + " in a table " +
                                 table + "; 'pelko inspect' shows what it has");
             }
             found.reset();
@@ -136,7 +140,7 @@ void requireStoreFile(const Database& database) {
             return;
         }
     }
-    throw ToolError(database.file().string() + " has none of the store's tables; name a db.dat");
+    throw ToolError(utf8Of(database.file()) + " has none of the store's tables; name a db.dat");
 }
 
 int rowIdColumn(const TableLayout& table) {

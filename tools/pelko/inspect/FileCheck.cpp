@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <numeric>
 
-#include "tools/pelko/Interrupt.h"
+#include "classes/platform/Interrupt.h"
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/Output.h"
 #include "tools/pelko/ProgressBar.h"
 #include "tools/pelko/ToolError.h"
@@ -14,6 +15,9 @@
 namespace pelkotool {
 
 namespace fs = std::filesystem;
+
+using pelkoapi::interrupted;
+using pelkoapi::utf8Of;
 
 namespace {
 
@@ -137,7 +141,7 @@ void addProblems(const Database& database, const CheckPart& part, FileCheck& che
 /// @throws ToolError when the user has asked to stop
 void stopWhenAsked(const fs::path& file, std::size_t done, long long tables) {
     if (interrupted()) {
-        throw ToolError("the check of " + file.string() + " was stopped as asked, after " +
+        throw ToolError("the check of " + utf8Of(file) + " was stopped as asked, after " +
                             std::to_string(done) + " of " + counted(tables, "table") +
                             "; nothing is known of the rest",
                         ExitCode::interrupted);

@@ -1,8 +1,11 @@
 #include "tools/pelko/inspect/InspectionJson.h"
 
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/Times.h"
 
 namespace pelkotool {
+
+using pelkoapi::utf8Of;
 
 namespace {
 
@@ -100,9 +103,9 @@ Json unnamedJson(const Inspection& inspection) {
         {"folder", inspection.folder->string()},
         {"files", listJson(folder.unnamed,
                            [](const NamedFiles::File& file) {
-                               return Json{{"path", file.path.string()}, {"size", file.size}};
+                               return Json{{"path", utf8Of(file.path)}, {"size", file.size}};
                            })},
-        {"unreadable_folders", listJson(folder.unreadable, [](const auto& path) { return path.string(); })}};
+        {"unreadable_folders", listJson(folder.unreadable, [](const auto& path) { return utf8Of(path); })}};
 }
 
 Json lostSessionJson(const LostSession& session) {
@@ -138,7 +141,7 @@ Json badgeJson(const Inspection& inspection) {
 Json inspectionJson(const Inspection& inspection, const std::vector<Finding>& findings) {
     const auto same = [](const auto& item) { return Json(item); };
     return {
-        {"file", inspection.account.database.string()},
+        {"file", utf8Of(inspection.account.database)},
         {"account", partJson(inspection.me, unlessEmpty)},
         {"sizes", fileSizesJson(inspection.sizes)},
         {"settings", partJson(inspection.settings, settingsJson)},

@@ -3,14 +3,18 @@
 #include <algorithm>
 #include <iostream>
 
+#include "classes/platform/Terminal.h"
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/Output.h"
 #include "tools/pelko/Table.h"
-#include "tools/pelko/Terminal.h"
 #include "tools/pelko/Times.h"
 
 namespace pelkotool {
 
 namespace fs = std::filesystem;
+
+using pelkoapi::stdoutWidth;
+using pelkoapi::utf8Of;
 
 namespace {
 
@@ -53,7 +57,7 @@ void printFileFacts(const Inspection& inspection) {
     const auto printSize = [](const char* name, const std::optional<std::uintmax_t>& size) {
         printField(name, size ? bytesText(*size) : std::string());
     };
-    printField("file", inspection.account.database.string());
+    printField("file", utf8Of(inspection.account.database));
     printField("account", inspection.me.found.empty()       ? "(unknown)"
                           : inspection.account.user.empty() ? inspection.me.found + " (told by the messages)"
                                                             : inspection.me.found);
@@ -178,11 +182,10 @@ void printUnnamed(const Inspection& inspection) {
                   }
                   printCount(static_cast<long long>(folder.unnamed.size()), "files, " + bytesText(size));
                   printFirst(folder.unnamed, [](const NamedFiles::File& file) {
-                      return file.path.string() + ", " + bytesText(file.size);
+                      return utf8Of(file.path) + ", " + bytesText(file.size);
                   });
-                  printFirst(folder.unreadable, [](const fs::path& path) {
-                      return path.string() + " could not be looked into";
-                  });
+                  printFirst(folder.unreadable,
+                             [](const fs::path& path) { return utf8Of(path) + " could not be looked into"; });
               });
 }
 

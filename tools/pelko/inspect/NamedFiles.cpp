@@ -4,11 +4,14 @@
 #include <array>
 #include <system_error>
 
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/file/AccountFile.h"
 
 namespace pelkotool {
 
 namespace fs = std::filesystem;
+
+using pelkoapi::utf8Of;
 
 namespace {
 
@@ -46,22 +49,22 @@ bool NamedFiles::isThere(const std::string& storedPath) {
         if (error || !fs::is_regular_file(target, error)) {
             return false;
         }
-        mNamed.insert(target.string());
+        mNamed.insert(utf8Of(target));
         return true;
     }
     if (!fs::is_regular_file(status)) {
         return false;
     }
     if (const std::optional<fs::path>& folder = resolved(place.parent_path())) {
-        mNamed.insert((*folder / place.filename()).string());
+        mNamed.insert(utf8Of(*folder / place.filename()));
     }
     return true;
 }
 
 bool NamedFiles::isDatabase(const fs::path& file, const fs::path& folder) const {
     // The one that is looked at, and one that lies in the folder, as in an account's.
-    const std::string name = file.filename().string();
-    return (isNamedAs(mAccount.database.filename().string(), name) &&
+    const std::string name = utf8Of(file.filename());
+    return (isNamedAs(utf8Of(mAccount.database.filename()), name) &&
             file.parent_path() == fs::weakly_canonical(mAccount.database.parent_path())) ||
            (isNamedAs("db.dat", name) && file.parent_path() == folder);
 }
@@ -85,7 +88,7 @@ NamedFiles::Folder NamedFiles::unnamedBelow(const fs::path& folder) const {
             const fs::path path = entries->path();
             if (fs::is_directory(status)) {
                 waiting.push_back(path);
-            } else if (fs::is_regular_file(status) && mNamed.count(path.string()) == 0 &&
+            } else if (fs::is_regular_file(status) && mNamed.count(utf8Of(path)) == 0 &&
                        !isDatabase(path, root)) {
                 const std::uintmax_t size = fs::file_size(path, unknown);
                 result.unnamed.push_back({path.lexically_relative(root), unknown ? 0 : size});

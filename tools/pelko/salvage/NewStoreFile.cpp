@@ -2,6 +2,7 @@
 
 #include <system_error>
 
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/Store.h"
 #include "tools/pelko/ToolError.h"
 #include "tools/pelko/file/StopOnInterrupt.h"
@@ -10,12 +11,14 @@ namespace pelkotool {
 
 namespace fs = std::filesystem;
 
+using pelkoapi::utf8Of;
+
 namespace {
 
 void makeByStore(const fs::path& folder) {
     std::error_code error;
     if (!fs::create_directory(folder, error)) {
-        throw ToolError("cannot make the folder " + folder.string() + " to work in: " + error.message());
+        throw ToolError("cannot make the folder " + utf8Of(folder) + " to work in: " + error.message());
     }
     // Without a user's name: the store makes some indexes for the conversations of its user.
     const Store store({"", folder, folder, folder / "db.dat"}, Store::IfMissing::create);
@@ -127,7 +130,7 @@ void NewStoreFile::finish() {
     mDatabase->execute("COMMIT");
     if (Statement check = mDatabase->prepare("PRAGMA quick_check(1)");
         !check.step() || check.text(0) != "ok") {
-        throw ToolError("what was written to " + path().string() +
+        throw ToolError("what was written to " + utf8Of(path()) +
                         " does not read back as it should; check the disk, and try another one");
     }
     // From here on it is to last: changing the mode back writes what is still on its way to the disk.

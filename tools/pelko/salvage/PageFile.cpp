@@ -4,6 +4,7 @@
 #include <limits>
 #include <system_error>
 
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/Text.h"
 #include "tools/pelko/ToolError.h"
 #include "tools/pelko/file/Database.h"
@@ -12,6 +13,8 @@
 namespace pelkotool {
 
 namespace fs = std::filesystem;
+
+using pelkoapi::utf8Of;
 
 namespace {
 
@@ -57,7 +60,7 @@ PageFile::PageFile(const fs::path& file) : mFile(file) {
     openUnbuffered(mStream, mFile);
     mBounds.fileSize = mStamps.front().size;
     if (mBounds.fileSize == 0) {
-        throw ToolError(file.string() + " is empty: there is nothing in it to rescue");
+        throw ToolError(utf8Of(file) + " is empty: there is nothing in it to rescue");
     }
     Bytes start(FileHeader::size);
     if (readAt(mStream, 0, start)) {
@@ -70,7 +73,7 @@ PageFile::PageFile(const fs::path& file) : mFile(file) {
     readHeader();
     if (mHeader && !mHeader->isUtf8() && hasWideTexts()) {
         throw ToolError(
-            file.string() +
+            utf8Of(file) +
             " keeps its texts in UTF-16, as no store does; it is not a db.dat, name another file");
     }
 }
@@ -176,7 +179,7 @@ void PageFile::findPageSize() {
     }
     mPageSize = mWaiting ? mWaiting->pageSize : mMeasuredSize;
     if (mPageSize == 0) {
-        throw ToolError("nothing could be rescued: there are no pages of a database in " + mFile.string() +
+        throw ToolError("nothing could be rescued: there are no pages of a database in " + utf8Of(mFile) +
                         otherFileOrKey);
     }
 }
@@ -223,7 +226,7 @@ bool PageFile::read(std::uint32_t number, Bytes& page) {
 
 void PageFile::requireUnchanged() const {
     if (!(stamps() == mStamps)) {
-        throw ToolError("another program has written to " + mFile.string() +
+        throw ToolError("another program has written to " + utf8Of(mFile) +
                         " meanwhile; end it, then run the command again");
     }
 }

@@ -4,13 +4,17 @@
 #include <numeric>
 #include <set>
 
-#include "tools/pelko/Interrupt.h"
+#include "classes/platform/Interrupt.h"
+#include "classes/platform/Utf8Path.h"
 #include "tools/pelko/ProgressBar.h"
 #include "tools/pelko/ToolError.h"
 #include "tools/pelko/file/StopOnInterrupt.h"
 #include "tools/pelko/salvage/Payloads.h"
 
 namespace pelkotool {
+
+using pelkoapi::catchInterrupts;
+using pelkoapi::utf8Of;
 
 namespace {
 
@@ -46,11 +50,11 @@ void requireSomething(const SalvageReport& report, const std::filesystem::path& 
         std::any_of(report.tables.begin(), report.tables.end(),
                     [](const TableReport& table) { return table.inFile && !table.tooDifferent; });
     if (!anyTable) {
-        throw ToolError("nothing could be rescued: " + file.string() +
+        throw ToolError("nothing could be rescued: " + utf8Of(file) +
                         " is a database, but none with the tables of a store" + otherFileOrKey);
     }
     if (report.recovered() == 0 && !report.hasAllRows()) {
-        throw ToolError("nothing could be rescued: no row of " + file.string() +
+        throw ToolError("nothing could be rescued: no row of " + utf8Of(file) +
                         " can be read any more; look for an older copy of the file");
     }
 }

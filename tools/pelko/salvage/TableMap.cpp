@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <string_view>
 
-#include "tools/pelko/Interrupt.h"
+#include "classes/platform/Interrupt.h"
 #include "tools/pelko/file/Database.h"
 
 namespace pelkotool {
+
+using pelkoapi::interrupted;
 
 namespace {
 

@@ -8,10 +8,10 @@
 #include <map>
 #include <thread>
 
+#include "classes/platform/Interrupt.h"
 #include "tests/support/WithoutPrivileges.h"
 #include "tests/tools/pelko/support/ToolTest.h"
 #include "tools/pelko/CommandLine.h"
-#include "tools/pelko/Interrupt.h"
 #include "tools/pelko/ToolError.h"
 
 using namespace pelkotest;
@@ -291,7 +291,7 @@ TEST_F(CheckCommand, StopsWhenAsked) {
     for (const int signal : {SIGINT, SIGTERM}) {
         EXPECT_EXIT(
             {
-                pelkotool::catchInterrupts();
+                pelkoapi::catchInterrupts();
                 std::raise(signal);
                 std::exit(static_cast<int>(pelkotool::runCommandLine(5, arguments)));
             },
@@ -309,7 +309,7 @@ TEST_F(CheckCommand, StopsInTheMidstOfATable) {
     const char* const arguments[] = {"pelko", "--data-dir", data.c_str(), "check", "--full"};
     EXPECT_EXIT(
         {
-            pelkotool::catchInterrupts();
+            pelkoapi::catchInterrupts();
             std::thread([] {
                 std::this_thread::sleep_for(std::chrono::milliseconds(100));
                 kill(getpid(), SIGINT);

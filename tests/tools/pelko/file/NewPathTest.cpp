@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "tests/support/FolderSyncs.h"
 #include "tests/tools/pelko/support/ToolTest.h"
 #include "tools/pelko/ToolError.h"
 
@@ -128,6 +129,19 @@ TEST_F(NewPathTest, GivesAFolderItsNameWhenItIsWhole) {
     }
     EXPECT_THAT(names(), testing::ElementsAre("out"));
     EXPECT_EQ(contentOf(in("out/inner/page")), "whole");
+}
+
+TEST_F(NewPathTest, ItsNameIsOnTheMedium) {
+    NewPath file(in("file").string());
+    NewPath part(in("part").string());
+    writeFile(file.unfinished(), "whole");
+    writeFile(part.unfinished() / "db.dat", "whole");
+    forgetFolderSyncs();
+    file.finish();
+    EXPECT_TRUE(syncedFolder(in("file").parent_path(), "file"));
+    EXPECT_FALSE(syncedFolder(in("part").parent_path(), "part"));
+    part.finish("db.dat");
+    EXPECT_TRUE(syncedFolder(in("part").parent_path(), "part"));
 }
 
 TEST_F(NewPathTest, ReplacesNothingThatWasMadeMeanwhile) {

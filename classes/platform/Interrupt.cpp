@@ -1,9 +1,9 @@
-#include "tools/pelko/Interrupt.h"
+#include "classes/platform/Interrupt.h"
 
 #include <csignal>
 #include <ctime>
 
-namespace pelkotool {
+namespace pelkoapi {
 
 namespace {
 
@@ -35,4 +35,4 @@ bool interrupted() {
     return stopRequested != 0;
 }
 
-}  // namespace pelkotool
+}  // namespace pelkoapi

@@ -1,7 +1,7 @@
-#ifndef PELKO_TOOL_INTERRUPT_H
-#define PELKO_TOOL_INTERRUPT_H
+#ifndef PELKO_PLATFORM_INTERRUPT_H
+#define PELKO_PLATFORM_INTERRUPT_H
 
-namespace pelkotool {
+namespace pelkoapi {
 
 /// From now on, the first Ctrl-C or termination request only sets a mark; another one, some seconds later,
 /// ends the program.
@@ -10,6 +10,6 @@ void catchInterrupts();
 /// Whether a request to stop has come.
 bool interrupted();
 
-}  // namespace pelkotool
+}  // namespace pelkoapi
 
-#endif  // PELKO_TOOL_INTERRUPT_H
+#endif  // PELKO_PLATFORM_INTERRUPT_H
