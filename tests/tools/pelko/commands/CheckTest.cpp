@@ -191,11 +191,14 @@ TEST_F(CheckCommand, FindsDamageThatBelongsToNoTable) {
 
 TEST_F(CheckCommand, ComparesIndexesWithTablesOnlyInFull) {
     fill();
-    // The index is out of the list of tables while a row is stored.
+    // The index is out of the list of tables while a row is stored and another one goes: it has as many
+    // entries as it should have, which newer versions of SQLite count in the short check, too.
     const std::vector<std::string> index =
         rows("SELECT rootpage, sql FROM sqlite_master WHERE name = 'idx_msg_msg_id'").front();
     execute("PRAGMA writable_schema = ON; DELETE FROM sqlite_master WHERE name = 'idx_msg_msg_id'");
-    execute("INSERT INTO tbl_msg (msg_id, text) VALUES (9999, 'hidden')");
+    execute(
+        "DELETE FROM tbl_msg WHERE db_id = (SELECT MAX(db_id) FROM tbl_msg WHERE msg_id > 0);"
+        "INSERT INTO tbl_msg (msg_id, text) VALUES (9999, 'hidden')");
     execute(
         "PRAGMA writable_schema = ON; INSERT INTO sqlite_master (type, name, tbl_name, rootpage, sql) VALUES "
         "('index', 'idx_msg_msg_id', 'tbl_msg', " +

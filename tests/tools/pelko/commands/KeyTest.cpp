@@ -86,9 +86,13 @@ TEST_F(Key, AnotherOneComesByExportAndImport) {
     runWell({"export", (folder() / "pages").string()});
     EXPECT_THAT(contentOf(folder() / "pages/index.html"), HasSubstr("bob")) << "exports are not encrypted";
     setenv("PELKO_KEY", "another", 1);
-    runWell({"--user", "anew", "import", (folder() / "pages").string()});
-    EXPECT_THAT(contentOf(database("anew")), Not(HasSubstr("an answer to it")));
-    EXPECT_THAT(runWell({"--user", "anew", "show", "user:bob"}).out, HasSubstr("an answer to it"));
+    const fs::path other = folder() / "other";
+    EXPECT_EQ(runExactly({"--data-dir", other.string(), "import", (folder() / "pages").string()}).exitCode,
+              0);
+    EXPECT_THAT(contentOf(other / "users/me/db.dat"),
+                AllOf(Not(testing::IsEmpty()), Not(HasSubstr("an answer to it"))));
+    EXPECT_THAT(runExactly({"--data-dir", other.string(), "show", "user:bob"}).out,
+                HasSubstr("an answer to it"));
     expectRefused(run({"show", "user:bob"}), 1, HasSubstr("not its key"));
 }
 
