@@ -20,9 +20,9 @@ namespace {
 const PelkoChatTarget me("me");
 const PelkoChatTarget alice("alice");
 const PelkoChatTarget bob("bob");
-const PelkoChatTarget room(5, PelkoChatTargetTypeRoom);
-const PelkoChatTarget group(5, PelkoChatTargetTypeGroup);
-const PelkoChatTarget service(9, PelkoChatTargetTypeCustomerService);
+const PelkoChatTarget someRoom(5, PelkoChatTargetTypeRoom);
+const PelkoChatTarget someGroup(5, PelkoChatTargetTypeGroup);
+const PelkoChatTarget someService(9, PelkoChatTargetTypeCustomerService);
 const PelkoChatTarget unknownKind(5, static_cast<PelkoChatTargetType>(9));
 
 constexpr char withAlice[] =
@@ -80,7 +80,7 @@ protected:
 // ---- the condition of a conversation
 
 TEST_F(ConversationsTest, ConditionOfARoomOrGroupIsItsAddress) {
-    EXPECT_EQ(condition(room), "(receiver_type = 1 AND receiver_id = '5')");
+    EXPECT_EQ(condition(someRoom), "(receiver_type = 1 AND receiver_id = '5')");
     EXPECT_EQ(condition(PelkoGroup(9007199254740993)),
               "(receiver_type = 2 AND receiver_id = '9007199254740993')");
 }
@@ -94,7 +94,7 @@ TEST_F(ConversationsTest, ConditionOfAUserPairsItWithTheLoggedInUser) {
 }
 
 TEST_F(ConversationsTest, ConditionOfACustomerServicePairsItWithTheLoggedInUser) {
-    EXPECT_EQ(condition(service),
+    EXPECT_EQ(condition(someService),
               "(((receiver_type = 0 AND sender_type = 3) OR ((receiver_type = 3 AND sender_type = 0))) AND "
               "((receiver_id = '9' AND sender_id = 'me') OR (sender_id = '9' AND receiver_id = 'me')))");
 }
@@ -107,7 +107,7 @@ TEST_F(ConversationsTest, ConditionOfAnUnknownKindIsEmpty) {
 TEST_F(ConversationsTest, ConditionAsksForTheLoggedInUserEachTime) {
     LoginContext::getInstance()->setUserName("100% me");
     EXPECT_THAT(condition(alice), HasSubstr("sender_id = '100% me'"));
-    EXPECT_THAT(condition(service), HasSubstr("sender_id = '100% me'"));
+    EXPECT_THAT(condition(someService), HasSubstr("sender_id = '100% me'"));
     LoginContext::getInstance()->setUserName("other");
     EXPECT_THAT(condition(alice), HasSubstr("sender_id = 'other'"));
 }
@@ -128,7 +128,7 @@ TEST_F(ConversationsTest, UserConversationIsBetweenTheTwo) {
     add(bob, me, 4);
     add(alice, bob, 5);
     add(bob, alice, 6);
-    add(alice, room, 7);
+    add(alice, someRoom, 7);
     add(me, me, 8);
     EXPECT_THAT(latest(alice), ElementsAre(sent, received));
 }
@@ -140,32 +140,32 @@ TEST_F(ConversationsTest, ConversationWithOneselfIsNotesToOneself) {
 }
 
 TEST_F(ConversationsTest, RoomConversationIsWhateverIsAddressedToIt) {
-    const s64 first = add(alice, room, 1);
-    const s64 second = add(me, room, 2);
-    const s64 third = add(service, room, 3);
+    const s64 first = add(alice, someRoom, 1);
+    const s64 second = add(me, someRoom, 2);
+    const s64 third = add(someService, someRoom, 3);
     add(alice, PelkoRoom(6U), 4);
-    add(alice, group, 5);
-    add(room, me, 6);
-    EXPECT_THAT(latest(room), ElementsAre(first, second, third));
+    add(alice, someGroup, 5);
+    add(someRoom, me, 6);
+    EXPECT_THAT(latest(someRoom), ElementsAre(first, second, third));
 }
 
 TEST_F(ConversationsTest, GroupConversationIsWhateverIsAddressedToIt) {
-    add(alice, room, 1);
-    const s64 toGroup = add(alice, group, 2);
-    const s64 own = add(me, group, 3);
-    EXPECT_THAT(latest(group), ElementsAre(toGroup, own));
+    add(alice, someRoom, 1);
+    const s64 toGroup = add(alice, someGroup, 2);
+    const s64 own = add(me, someGroup, 3);
+    EXPECT_THAT(latest(someGroup), ElementsAre(toGroup, own));
 }
 
 TEST_F(ConversationsTest, ServiceConversationIsBetweenTheUserAndTheService) {
     const PelkoChatTarget userNine("9");
-    const s64 question = add(me, service, 1);
-    const s64 answer = add(service, me, 2);
-    add(bob, service, 3);
-    add(service, bob, 4);
+    const s64 question = add(me, someService, 1);
+    const s64 answer = add(someService, me, 2);
+    add(bob, someService, 3);
+    add(someService, bob, 4);
     const s64 toUser = add(me, userNine, 5);
     const s64 fromUser = add(userNine, me, 6);
     add(PelkoChatTarget(8, PelkoChatTargetTypeCustomerService), me, 7);
-    EXPECT_THAT(latest(service), ElementsAre(question, answer));
+    EXPECT_THAT(latest(someService), ElementsAre(question, answer));
     EXPECT_THAT(latest(userNine), ElementsAre(toUser, fromUser));
 }
 
@@ -245,11 +245,11 @@ TEST_F(ConversationsTest, CountsBeyond31BitsAreNoLimit) {
 
 TEST_F(ConversationsTest, RowsReadBeforeAFailureStayInTheLatestPage) {
     for (uint date = 1; date <= 3; ++date) {
-        add(alice, room, date);
+        add(alice, someRoom, date);
     }
     breakMessageDated2();
     std::deque<PelkoMessage> out(1);
-    EXPECT_FALSE(db().getLatestMessages(room, 5, out));
+    EXPECT_FALSE(db().getLatestMessages(someRoom, 5, out));
     EXPECT_THAT(rowIds(out), ElementsAre(3, 0));
     expectFailureLogged("getLatestMessages", HasSubstr("integer overflow"));
 }
@@ -317,11 +317,11 @@ TEST_F(ConversationsTest, HistoryWithoutAnchorOrCountIsFalseWithoutAQuery) {
 
 TEST_F(ConversationsTest, RowsReadBeforeAFailureStayInTheHistory) {
     for (uint date = 1; date <= 4; ++date) {
-        add(alice, room, date);
+        add(alice, someRoom, date);
     }
     breakMessageDated2();
     std::deque<PelkoMessage> out;
-    EXPECT_FALSE(db().getHistoryMessages(room, 4, 5, out));
+    EXPECT_FALSE(db().getHistoryMessages(someRoom, 4, 5, out));
     EXPECT_THAT(rowIds(out), ElementsAre(3));
     expectFailureLogged("getHistoryMessages", HasSubstr("integer overflow"));
 }
@@ -332,7 +332,7 @@ TEST_F(ConversationsTest, ClearMarksTheConversationReadInBothDirections) {
     addUnread(alice, me);
     addUnread(me, alice);
     addUnread(bob, me);
-    addUnread(alice, room);
+    addUnread(alice, someRoom);
     add(alice, me, 1, 0, PelkoMessageStatusSending);
     EXPECT_TRUE(db().clearUnreadStatus(alice));
     EXPECT_THAT(statements(), ElementsAre(std::string("UPDATE tbl_msg SET status = 2 WHERE ") + withAlice +
@@ -356,23 +356,23 @@ TEST_F(ConversationsTest, UnreadCountOfATarget) {
     addUnread(alice, me);
     add(alice, me, 1);
     addUnread(bob, me);
-    addUnread(bob, room);
+    addUnread(bob, someRoom);
     EXPECT_EQ(db().getUnreadCountOfTarget(alice), 2U);
     EXPECT_THAT(statements(), ElementsAre(std::string("SELECT COUNT(*) AS count FROM tbl_msg WHERE ") +
                                           withAlice + " AND status = 1"));
-    EXPECT_EQ(db().getUnreadCountOfTarget(room), 1U);
-    EXPECT_EQ(db().getUnreadCountOfTarget(group), 0U);
+    EXPECT_EQ(db().getUnreadCountOfTarget(someRoom), 1U);
+    EXPECT_EQ(db().getUnreadCountOfTarget(someGroup), 0U);
     expectNothingLogged();
 }
 
 TEST_F(ConversationsTest, UnreadCountOfTypesGoesByTheReceiversKind) {
-    addUnread(alice, room);
+    addUnread(alice, someRoom);
     addUnread(alice, PelkoRoom(6U));
-    addUnread(bob, group);
+    addUnread(bob, someGroup);
     addUnread(alice, me);
     addUnread(alice, bob);  // addressed to any user
-    addUnread(me, service);
-    add(alice, room, 1);
+    addUnread(me, someService);
+    add(alice, someRoom, 1);
     Types roomsAndGroups = {PelkoChatTargetTypeRoom, PelkoChatTargetTypeGroup};
     EXPECT_EQ(db().getUnreadCountOfTypes(roomsAndGroups), 3U);
     Types usersAndGroups = {PelkoChatTargetTypeUser, PelkoChatTargetTypeGroup};
@@ -386,7 +386,7 @@ TEST_F(ConversationsTest, UnreadCountOfTypesGoesByTheReceiversKind) {
 }
 
 TEST_F(ConversationsTest, UnreadCountOfTypesTakesTheListAsItStands) {
-    addUnread(alice, room);
+    addUnread(alice, someRoom);
     Types odd = {PelkoChatTargetTypeRoom, static_cast<PelkoChatTargetType>(-1), PelkoChatTargetTypeRoom};
     EXPECT_EQ(db().getUnreadCountOfTypes(odd), 1U);
     EXPECT_THAT(statements().front(), HasSubstr("receiver_type IN (1, -1, 1) AND"));
@@ -401,8 +401,8 @@ TEST_F(ConversationsTest, UnreadCountOfNoTypesIsNone) {
 TEST_F(ConversationsTest, TotalUnreadCountIsOfEveryConversation) {
     EXPECT_EQ(db().getTotalUnreadCount(), 0U);
     addUnread(alice, me);
-    addUnread(bob, room);
-    addUnread(service, bob);
+    addUnread(bob, someRoom);
+    addUnread(someService, bob);
     add(alice, me, 1);
     EXPECT_EQ(db().getTotalUnreadCount(), 3U);
     EXPECT_THAT(statements(), ElementsAre("SELECT COUNT(*) AS count FROM tbl_msg WHERE status = 1"));

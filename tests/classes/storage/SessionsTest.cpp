@@ -17,9 +17,9 @@ using testing::IsEmpty;
 namespace {
 
 const PelkoChatTarget alice("alice");
-const PelkoChatTarget room(5, PelkoChatTargetTypeRoom);
-const PelkoChatTarget group(9007199254740993, PelkoChatTargetTypeGroup);
-const PelkoChatTarget service(9, PelkoChatTargetTypeCustomerService);
+const PelkoChatTarget aRoom(5, PelkoChatTargetTypeRoom);
+const PelkoChatTarget aGroup(9007199254740993, PelkoChatTargetTypeGroup);
+const PelkoChatTarget aService(9, PelkoChatTargetTypeCustomerService);
 
 constexpr char insertSessionHead[] =
     "INSERT INTO tbl_session (target_type, target_id, last_msg_id, is_top, priority) VALUES ";
@@ -60,9 +60,9 @@ TEST_F(SessionsTest, InsertWritesTheRowWithFlagAndMessageCrossed) {
 
 TEST_F(SessionsTest, InsertWritesEveryKindOfTargetWithItsKey) {
     EXPECT_TRUE(db().insertNewSession(sessionWith(PelkoUser("o'brien"))));
-    EXPECT_TRUE(db().insertNewSession(sessionWith(room, false, 9007199254740993, -1)));
-    EXPECT_TRUE(db().insertNewSession(sessionWith(group)));
-    EXPECT_TRUE(db().insertNewSession(sessionWith(service)));
+    EXPECT_TRUE(db().insertNewSession(sessionWith(aRoom, false, 9007199254740993, -1)));
+    EXPECT_TRUE(db().insertNewSession(sessionWith(aGroup)));
+    EXPECT_TRUE(db().insertNewSession(sessionWith(aService)));
     EXPECT_TRUE(db().insertNewSession(sessionWith(PelkoChatTarget(5, static_cast<PelkoChatTargetType>(9)))));
     const std::string head = insertSessionHead;
     EXPECT_THAT(statements(),
@@ -82,7 +82,7 @@ TEST_F(SessionsTest, SecondInsertOfATargetFailsOnTheKeyAndChangesNothing) {
 
 TEST_F(SessionsTest, TargetsOfDifferentKindsWithTheSameIdAreDifferentSessions) {
     add(PelkoUser("5"));
-    add(room);
+    add(aRoom);
     add(PelkoGroup(5LL));
     EXPECT_EQ(load().size(), 3U);
 }
@@ -154,7 +154,7 @@ TEST_F(SessionsTest, FreshlyInsertedSessionReadsItsCrossedColumns) {
 
 TEST_F(SessionsTest, FreshlyInsertedSessionWithoutAMessageIsNotPinned) {
     db().insertNewSession(sessionWith(alice, true, 0));
-    db().insertNewSession(sessionWith(room, false, -1));
+    db().insertNewSession(sessionWith(aRoom, false, -1));
     const std::list<PelkoSession> sessions = load();
     ASSERT_EQ(sessions.size(), 2U);
     EXPECT_FALSE(sessions.front().isTop);
@@ -211,7 +211,7 @@ TEST_F(SessionsTest, AnyFlagButZeroIsPinned) {
 
 TEST_F(SessionsTest, PinningIsReadFromTheLow32Bits) {
     db().insertNewSession(sessionWith(alice, true, 4294967296));
-    db().insertNewSession(sessionWith(room, false, 4294967297));
+    db().insertNewSession(sessionWith(aRoom, false, 4294967297));
     const std::list<PelkoSession> sessions = load();
     ASSERT_EQ(sessions.size(), 2U);
     EXPECT_FALSE(sessions.front().isTop);
@@ -240,21 +240,21 @@ TEST_F(SessionsTest, TheReaderTakesTheColumnsInItsOwnOrder) {
 
 TEST_F(SessionsTest, TargetsComeBackByKind) {
     add(PelkoUser("o'brien"));
-    add(room);
-    add(group);
-    add(service);
+    add(aRoom);
+    add(aGroup);
+    add(aService);
     execute("INSERT INTO tbl_session VALUES (9, 'x', 0, 0, 0), (1, 'abc', 0, 0, 0)");
     std::vector<PelkoChatTarget> targets;
     for (const PelkoSession& session : load()) {
         targets.push_back(session.target);
     }
     EXPECT_THAT(targets,
-                ElementsAre(PelkoUser("o'brien"), room, group, service, PelkoChatTarget(), PelkoRoom(0U)));
+                ElementsAre(PelkoUser("o'brien"), aRoom, aGroup, aService, PelkoChatTarget(), PelkoRoom(0U)));
 }
 
 TEST_F(SessionsTest, LoadingTwiceDoublesTheList) {
     add(alice);
-    add(room);
+    add(aRoom);
     std::list<PelkoSession> sessions;
     EXPECT_TRUE(db().loadSessionList(sessions));
     EXPECT_TRUE(db().loadSessionList(sessions));
@@ -262,7 +262,7 @@ TEST_F(SessionsTest, LoadingTwiceDoublesTheList) {
     for (const PelkoSession& session : sessions) {
         targets.push_back(session.target);
     }
-    EXPECT_THAT(targets, ElementsAre(alice, room, alice, room));
+    EXPECT_THAT(targets, ElementsAre(alice, aRoom, alice, aRoom));
 }
 
 TEST_F(SessionsTest, AThousandSessionsSurviveARestart) {
@@ -293,7 +293,7 @@ TEST_F(SessionsTest, AThousandSessionsSurviveARestart) {
 
 TEST_F(SessionsTest, LastMessageThatCannotBeReadIsReportedByItsReader) {
     add(alice);
-    add(room);
+    add(aRoom);
     changeTables("DROP TABLE tbl_msg");
     EXPECT_EQ(load().size(), 2U);
     const std::string line = "getMessage failed, exception in (no such table: tbl_msg).";
@@ -326,12 +326,12 @@ TEST_F(SessionsTest, LoadLetsGoOfTheFile) {
 // ---- deleteSession
 
 TEST_F(SessionsTest, DeleteRemovesTheTargetsRowAndKeepsItsMessages) {
-    PelkoMessage message = PelkoMessage::createTextMessage(room, "kept");
+    PelkoMessage message = PelkoMessage::createTextMessage(aRoom, "kept");
     db().insertMessage(&message);
-    add(room);
+    add(aRoom);
     add(PelkoGroup(5LL));
     add(PelkoUser("5"));
-    EXPECT_TRUE(db().deleteSession(room));
+    EXPECT_TRUE(db().deleteSession(aRoom));
     EXPECT_THAT(statements(),
                 ElementsAre("DELETE FROM tbl_session WHERE target_type = 1 AND target_id = '5'"));
     EXPECT_EQ(rows("SELECT target_type FROM tbl_session ORDER BY 1"), (std::vector<Row>{{"0"}, {"2"}}));
@@ -340,12 +340,12 @@ TEST_F(SessionsTest, DeleteRemovesTheTargetsRowAndKeepsItsMessages) {
 }
 
 TEST_F(SessionsTest, DeleteOfAnUnknownTargetIsFalse) {
-    add(room);
+    add(aRoom);
     EXPECT_FALSE(db().deleteSession(alice));
     EXPECT_FALSE(db().deleteSession(PelkoRoom(6U)));
     EXPECT_EQ(value("SELECT count(*) FROM tbl_session"), "1");
-    EXPECT_TRUE(db().deleteSession(room));
-    EXPECT_FALSE(db().deleteSession(room));
+    EXPECT_TRUE(db().deleteSession(aRoom));
+    EXPECT_FALSE(db().deleteSession(aRoom));
     expectNothingLogged();
 }
 
@@ -360,9 +360,11 @@ TEST_F(SessionsTest, DeletedSessionCanBeInsertedAgain) {
 TEST_F(SessionsTest, MarkSetsPinningAndPriorityOfOneSession) {
     execute("INSERT INTO tbl_session VALUES (0, 'alice', 7, 0, 1), (1, '5', 8, 0, 1)");
     EXPECT_TRUE(db().markSessionIsTop(alice, true, 42));
-    EXPECT_EQ(rows(allSessions), (std::vector<Row>{{"0", "alice", "7", "1", "42"}, {"1", "5", "8", "0", "1"}}));
+    EXPECT_EQ(rows(allSessions),
+              (std::vector<Row>{{"0", "alice", "7", "1", "42"}, {"1", "5", "8", "0", "1"}}));
     EXPECT_TRUE(db().markSessionIsTop(alice, false, -1));
-    EXPECT_EQ(rows(allSessions), (std::vector<Row>{{"0", "alice", "7", "0", "-1"}, {"1", "5", "8", "0", "1"}}));
+    EXPECT_EQ(rows(allSessions),
+              (std::vector<Row>{{"0", "alice", "7", "0", "-1"}, {"1", "5", "8", "0", "1"}}));
     EXPECT_THAT(
         statements(),
         ElementsAre(
@@ -384,7 +386,7 @@ TEST_F(SessionsTest, LastMessageOfOneSessionIsSet) {
 }
 
 TEST_F(SessionsTest, UpdatesOfAnUnknownTargetAreFalseAndInsertNothing) {
-    add(room);
+    add(aRoom);
     const std::vector<Row> before = rows(allSessions);
     EXPECT_FALSE(db().markSessionIsTop(alice, true, 1));
     EXPECT_FALSE(db().updateSessionLastMsg(alice, 1));
