@@ -1,5 +1,5 @@
-// A client as it stands outside of this project: it stores messages, finds them again after a restart, and catches
-// what the library throws. It exits with 0 when all of that held, otherwise it says what did not.
+// A client as it stands outside of this project: it stores messages, finds them again after a restart, and
+// catches what the library throws. It exits with 0 when all of that held, otherwise it says what did not.
 
 #include <cstdio>
 #include <cstdlib>

@@ -220,12 +220,14 @@ TEST_P(GroupsUnescapedValues, AnythingElseIsKeptByteForByte) {
 
 INSTANTIATE_TEST_SUITE_P(
     Fields, GroupsUnescapedValues,
-    testing::Values(
-        UnescapedGroupField{"IconUrl", &PelkoMedia::url, "x', '', '', '', 0, 0, '', 0, 0), (99, 'second', 'y"},
-        UnescapedGroupField{"IconPath", &PelkoMedia::path, "x', '', '', 0, 0, '', 0, 0), (99, 'second', '', 'y"},
-        UnescapedGroupField{"IconPathEx", &PelkoMedia::pathEx,
-                       "x', '', 0, 0, '', 0, 0), (99, 'second', '', '', 'y"},
-        UnescapedGroupField{"Owner", nullptr, "x', 0, 0), (99, 'second', '', '', '', '', 0, 0, 'y"}),
+    testing::Values(UnescapedGroupField{"IconUrl", &PelkoMedia::url,
+                                        "x', '', '', '', 0, 0, '', 0, 0), (99, 'second', 'y"},
+                    UnescapedGroupField{"IconPath", &PelkoMedia::path,
+                                        "x', '', '', 0, 0, '', 0, 0), (99, 'second', '', 'y"},
+                    UnescapedGroupField{"IconPathEx", &PelkoMedia::pathEx,
+                                        "x', '', 0, 0, '', 0, 0), (99, 'second', '', '', 'y"},
+                    UnescapedGroupField{"Owner", nullptr,
+                                        "x', 0, 0), (99, 'second', '', '', '', '', 0, 0, 'y"}),
     [](const testing::TestParamInfo<UnescapedGroupField>& field) { return std::string(field.param.name); });
 
 // ---- groupExist and deleteGroup
@@ -308,8 +310,10 @@ const Operation groupOperations[] = {
 // groupExist makes no readiness check, and insertOrUpdateGroup fails twice without the table; both have tests
 // of their own.
 INSTANTIATE_TEST_SUITE_P(ButGroupExist, GroupOperations,
-                         testing::ValuesIn(std::begin(groupOperations), std::end(groupOperations) - 1), nameOf);
+                         testing::ValuesIn(std::begin(groupOperations), std::end(groupOperations) - 1),
+                         nameOf);
 INSTANTIATE_TEST_SUITE_P(ButInsertOrUpdate, GroupFailures,
-                         testing::ValuesIn(std::begin(groupOperations) + 1, std::end(groupOperations)), nameOf);
+                         testing::ValuesIn(std::begin(groupOperations) + 1, std::end(groupOperations)),
+                         nameOf);
 
 }  // namespace

@@ -52,8 +52,8 @@ TEST_F(MessagesTest, InsertWritesEveryField) {
                         "'media/full.jpg', 'http://host/a.jpg', 2, 12, 2, '77', 0, 'alice', 1, 'extra')",
                     selectRowId));
     EXPECT_EQ(rows(allMessages), (std::vector<Row>{{"9007199254740993", "1", "1", "1700000000", "it's", "1",
-                                                "media/small.jpg", "media/full.jpg", "http://host/a.jpg", "2",
-                                                "12", "2", "77", "0", "alice", "1", "extra"}}));
+                                                    "media/small.jpg", "media/full.jpg", "http://host/a.jpg",
+                                                    "2", "12", "2", "77", "0", "alice", "1", "extra"}}));
     EXPECT_EQ(message.dbID, 1);
     expectNothingLogged();
 }
@@ -317,10 +317,10 @@ TEST_F(MessagesTest, SaveInsertsInOrderWithoutATransactionAndFillsInRowIds) {
     EXPECT_EQ(list[1].dbID, 2);
     EXPECT_EQ(list[2].dbID, 3);
     const std::string values = ", 0, 0, 'hello', 0, '', '', '', 0, 0, 0, 'me', 0, 'alice', 0, '')";
-    EXPECT_THAT(
-        statements(),
-        ElementsAre(insertMsgHead + ("(0" + values), selectRowId, "SELECT * FROM tbl_msg WHERE msg_id = 7",
-                    insertMsgHead + ("(7" + values), selectRowId, insertMsgHead + ("(0" + values), selectRowId));
+    EXPECT_THAT(statements(),
+                ElementsAre(insertMsgHead + ("(0" + values), selectRowId,
+                            "SELECT * FROM tbl_msg WHERE msg_id = 7", insertMsgHead + ("(7" + values),
+                            selectRowId, insertMsgHead + ("(0" + values), selectRowId));
 }
 
 TEST_F(MessagesTest, SaveCountsKnownMessages) {

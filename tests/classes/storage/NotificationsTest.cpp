@@ -146,7 +146,8 @@ TEST_F(NotificationsTest, AnInsertWithoutARowLeavesTheRecordAlone) {
     PelkoNotify notify = request();
     EXPECT_FALSE(db().insertNotify(&notify));
     EXPECT_EQ(notify.dbID, 99);
-    EXPECT_THAT(statements(), ElementsAre(std::string(insertNotifyHead) + requestValues, _, _));  // the trigger's
+    EXPECT_THAT(statements(),
+                ElementsAre(std::string(insertNotifyHead) + requestValues, _, _));  // the trigger's
     expectNothingLogged();
 }
 

@@ -27,8 +27,9 @@ TEST_F(RoomsTest, NewRoomIsInserted) {
                     "INSERT INTO tbl_room (room_id, name, icon_url, icon_path, icon_path_ex, is_top, info, "
                     "capacity, online_number, info_version) VALUES (5001, 'Lobby', 'http://icons/1', "
                     "'icons/1.png', 'icons/1-small.png', 1, 'open to all', 200, 17, 3)"));
-    EXPECT_EQ(rows(allRooms), (std::vector<Row>{{"5001", "Lobby", "http://icons/1", "icons/1.png",
-                                             "icons/1-small.png", "1", "open to all", "200", "17", "3"}}));
+    EXPECT_EQ(rows(allRooms),
+              (std::vector<Row>{{"5001", "Lobby", "http://icons/1", "icons/1.png", "icons/1-small.png", "1",
+                                 "open to all", "200", "17", "3"}}));
     expectNothingLogged();
 }
 
@@ -43,8 +44,8 @@ TEST_F(RoomsTest, KnownRoomIsUpdated) {
                             "'open to all', capacity = 200, online_number = 17, info_version = 3 WHERE "
                             "room_id = 5001"));
     EXPECT_EQ(rows(allRooms), (std::vector<Row>{{"5001", "Lobby", "http://icons/1", "icons/1.png",
-                                             "icons/1-small.png", "1", "open to all", "200", "17", "3"},
-                                            {"5002", "other", "", "", "", "0", "", "0", "0", "1"}}));
+                                                 "icons/1-small.png", "1", "open to all", "200", "17", "3"},
+                                                {"5002", "other", "", "", "", "0", "", "0", "0", "1"}}));
     expectNothingLogged();
 }
 
@@ -216,7 +217,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         UnescapedRoomField{"IconUrl", &PelkoMedia::url, "x', '', '', 0, '', 0, 0, 0), (99, 'second', 'y"},
         UnescapedRoomField{"IconPath", &PelkoMedia::path, "x', '', 0, '', 0, 0, 0), (99, 'second', '', 'y"},
-        UnescapedRoomField{"IconPathEx", &PelkoMedia::pathEx, "x', 0, '', 0, 0, 0), (99, 'second', '', '', 'y"}),
+        UnescapedRoomField{"IconPathEx", &PelkoMedia::pathEx,
+                           "x', 0, '', 0, 0, 0), (99, 'second', '', '', 'y"}),
     [](const testing::TestParamInfo<UnescapedRoomField>& field) { return std::string(field.param.name); });
 
 // ---- roomExist

@@ -85,7 +85,11 @@ TEST_F(ReplayCommand, TellsWhatItDidAsJson) {
         {"database", database().string()},
         {"interrupted", false},
         {"rooms",
-         {{{"target", gardenRoom}, {"channel", "garden"}, {"stored", 1}, {"known", 0}, {"lines_passed_over", 0}}}}};
+         {{{"target", gardenRoom},
+           {"channel", "garden"},
+           {"stored", 1},
+           {"known", 0},
+           {"lines_passed_over", 0}}}}};
     EXPECT_EQ(summary, expected);
 }
 
