@@ -101,13 +101,16 @@ void showUser(const GlobalOptions& global, const std::string& name, bool json) {
 void addUser(const GlobalOptions& global, const UserOptions& options) {
     requireFindable(options.name);
     requireStorable(options.details);
-    const auto gender = options.gender ? std::optional(parseGender(*options.gender)) : std::nullopt;
+    // Before the store is opened, so that a wrong one is told without making a file.
+    const pelkoapi::PelkoUserGender given =
+        options.gender ? parseGender(*options.gender) : pelkoapi::PelkoUserGenderNotSet;
 
     Store store(accountOf(global), Store::IfMissing::create);
     PelkoUser user = readUser(store, options.name);
     user.nickname = options.nickname.value_or(user.nickname);
-    user.gender =
-        gender.value_or(hasProfile(store, options.name) ? user.gender : pelkoapi::PelkoUserGenderNotSet);
+    if (options.gender || !hasProfile(store, options.name)) {
+        user.gender = given;
+    }
     applyDetails(options.details, user);
     const unsigned int version = versionToStore(options.details, storedVersion(store, user));
     const std::string doing = "store the profile of '" + options.name + "'";
