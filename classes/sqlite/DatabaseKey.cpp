@@ -18,9 +18,9 @@ public:
     Secret(const Secret&) = delete;
     Secret& operator=(const Secret&) = delete;
     ~Secret() {
-        volatile char* const bytes = mBytes.data();  // writes that no optimiser leaves out
+        volatile char* const written = mBytes.data();  // writes that no optimiser leaves out
         for (std::size_t i = 0; i < mBytes.size(); ++i) {
-            bytes[i] = 0;
+            written[i] = 0;
         }
     }
 
