@@ -2,7 +2,9 @@
 
 #include <sys/stat.h>
 
+#include <chrono>
 #include <map>
+#include <thread>
 
 #include "tests/support/WithoutPrivileges.h"
 #include "tests/tools/pelko/support/ToolTest.h"
@@ -211,6 +213,9 @@ TEST_F(DatabaseTest, TellsWhenAnotherProgramHasWrittenMeanwhile) {
             EXPECT_THAT(error.what(), AllOf(HasSubstr(file().string()), HasSubstr("run the command again")));
         }
     };
+    // A file's time moves in steps of some milliseconds: within one of them, nothing tells the two states
+    // apart.
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
     {
         const Other client(file());
         client.run("INSERT INTO t VALUES (8)");
