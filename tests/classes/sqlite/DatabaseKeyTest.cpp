@@ -66,6 +66,15 @@ protected:
         notify.text = "a notification";
         ASSERT_TRUE(db().insertNotify(&notify));
     }
+    /// The same in a file that is not encrypted, in the place of the one that is; closed.
+    void fillWithoutAKey() {
+        close();
+        fs::remove(dbPath());
+        setDatabaseKey("");
+        ASSERT_TRUE(db().setUp());
+        fill();
+        close();
+    }
     /// As fill() has stored it.
     std::string storedText() {
         std::deque<PelkoMessage> page;
@@ -103,12 +112,7 @@ TEST_F(DatabaseKeyTest, NoTextCanBeReadInTheFiles) {
 }
 
 TEST_F(DatabaseKeyTest, WithoutAKeyEachOfTheseTextsCanBeRead) {
-    close();
-    fs::remove(dbPath());
-    setDatabaseKey("");
-    ASSERT_TRUE(db().setUp());
-    fill();
-    close();
+    fillWithoutAKey();
     const std::string closed = bytesOf(dbPath());
     for (const std::string& text : storedTexts) {
         EXPECT_NE(closed.find(text), std::string::npos) << text;
@@ -148,12 +152,7 @@ TEST_F(DatabaseKeyTest, AWrongKeyLeavesWhatWaitsInTheLog) {
 }
 
 TEST_F(DatabaseKeyTest, AFileThatIsNotEncryptedIsRefusedWithAKey) {
-    close();
-    fs::remove(dbPath());
-    setDatabaseKey("");
-    ASSERT_TRUE(db().setUp());
-    fill();
-    close();
+    fillWithoutAKey();
     expectRefused(key, wrongKey);
     setDatabaseKey("");
     ASSERT_TRUE(db().setUp());
