@@ -108,9 +108,7 @@ TEST_F(CheckCommand, DoesNotCallALockedFileWholeOrDamaged) {
 TEST_F(CheckCommand, DoesNotCallAFileDamagedThatMayNotBeRead) {
     fill();
     fs::permissions(database(), fs::perms::none);
-    fs::permissions(folder(), fs::perms(0777));
-    fs::remove(folder() / "out");
-    fs::remove(folder() / "err");
+    letAnybodyRun();
     const WithoutPrivileges anybody;
     expectRefused(
         run({"check"}), 1,
@@ -268,9 +266,7 @@ TEST_F(CheckCommand, ChecksInAFolderThatCannotBeWritten) {
     fill();
     fs::permissions(database(), fs::perms(0444));
     fs::permissions(database().parent_path(), fs::perms(0555));
-    fs::permissions(folder(), fs::perms(0777));
-    fs::remove(folder() / "out");
-    fs::remove(folder() / "err");
+    letAnybodyRun();
     {
         const WithoutPrivileges anybody;
         ASSERT_NE(access(database().parent_path().c_str(), W_OK), 0);

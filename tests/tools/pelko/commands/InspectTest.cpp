@@ -57,9 +57,7 @@ TEST_F(InspectCommand, SaysInOneLineThatNothingCanBeRead) {
 TEST_F(InspectCommand, RefusesAFileThatMayNotBeRead) {
     runWell({"send", "user:bob", "hi"});
     fs::permissions(database(), fs::perms::none);
-    fs::permissions(folder(), fs::perms(0777));
-    fs::remove(folder() / "out");
-    fs::remove(folder() / "err");
+    letAnybodyRun();
     const WithoutPrivileges anybody;
     expectRefused(run({"inspect"}), 1, AllOf(HasSubstr(database().string()), HasSubstr("cannot be read")));
 }
@@ -193,9 +191,7 @@ TEST_F(InspectCommand, ReadsInAFolderThatCannotBeWritten) {
     runWell({"receive", "user:bob", "hi"});
     fs::permissions(database(), fs::perms(0444));
     fs::permissions(database().parent_path(), fs::perms(0555));
-    fs::permissions(folder(), fs::perms(0777));
-    fs::remove(folder() / "out");
-    fs::remove(folder() / "err");
+    letAnybodyRun();
     const auto before = files();
     {
         const WithoutPrivileges anybody;

@@ -28,47 +28,6 @@ int nothingToRead() {
     return open("/dev/null", O_RDONLY | O_CLOEXEC);
 }
 
-/// Starts the tool. The descriptors are its stdin, stdout and stderr; they are closed here.
-pid_t startTool(const std::vector<std::string>& arguments, int in, int out, int err) {
-    std::vector<std::string> words = {PELKO_TOOL_PATH};
-    if (std::strlen(PELKO_TOOL_EMULATOR) > 0) {
-        words.insert(words.begin(), PELKO_TOOL_EMULATOR);  // built for another machine
-    }
-    words.insert(words.end(), arguments.begin(), arguments.end());
-    std::vector<char*> argv;
-    std::transform(words.begin(), words.end(), std::back_inserter(argv),
-                   [](std::string& word) { return word.data(); });
-    argv.push_back(nullptr);
-
-    std::string timeZone = "TZ=UTC";
-    std::vector<char*> environment;
-    for (char** variable = environ; *variable != nullptr; ++variable) {
-        if (std::strncmp(*variable, "TZ=", 3) != 0) {
-            environment.push_back(*variable);
-        }
-    }
-    environment.push_back(timeZone.data());
-    environment.push_back(nullptr);
-
-    // Not fork(): copying the page tables of a process under a sanitizer takes longer than most commands run.
-    posix_spawn_file_actions_t actions{};
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, in, STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, out, STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, err, STDERR_FILENO);
-    pid_t process = 0;
-    const int failed =
-        posix_spawn(&process, argv.front(), &actions, nullptr, argv.data(), environment.data());
-    posix_spawn_file_actions_destroy(&actions);
-    close(in);
-    close(out);
-    close(err);
-    if (failed != 0) {
-        throw std::system_error(failed, std::generic_category(), argv.front());
-    }
-    return process;
-}
-
 int waitFor(pid_t process) {
     int status = 0;
     waitpid(process, &status, 0);
@@ -145,6 +104,46 @@ Rows rowsOf(const fs::path& database, const std::string& sql) {
     return rows;
 }
 
+pid_t ToolTest::startTool(const Arguments& arguments, int in, int out, int err) const {
+    std::vector<std::string> words = {mTool.string()};
+    if (std::strlen(PELKO_TOOL_EMULATOR) > 0) {
+        words.insert(words.begin(), PELKO_TOOL_EMULATOR);  // built for another machine
+    }
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> argv;
+    std::transform(words.begin(), words.end(), std::back_inserter(argv),
+                   [](std::string& word) { return word.data(); });
+    argv.push_back(nullptr);
+
+    std::string timeZone = "TZ=UTC";
+    std::vector<char*> environment;
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+        if (std::strncmp(*variable, "TZ=", 3) != 0) {
+            environment.push_back(*variable);
+        }
+    }
+    environment.push_back(timeZone.data());
+    environment.push_back(nullptr);
+
+    // Not fork(): copying the page tables of a process under a sanitizer takes longer than most commands run.
+    posix_spawn_file_actions_t actions{};
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, in, STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, out, STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, err, STDERR_FILENO);
+    pid_t process = 0;
+    const int failed =
+        posix_spawn(&process, argv.front(), &actions, nullptr, argv.data(), environment.data());
+    posix_spawn_file_actions_destroy(&actions);
+    close(in);
+    close(out);
+    close(err);
+    if (failed != 0) {
+        throw std::system_error(failed, std::generic_category(), argv.front());
+    }
+    return process;
+}
+
 ToolTest::Arguments ToolTest::withDataDir(const Arguments& arguments) const {
     Arguments all = {"--data-dir", dataDir().string()};
     all.insert(all.end(), arguments.begin(), arguments.end());
@@ -207,6 +206,14 @@ ToolRun ToolTest::runStopped(const Arguments& arguments, int signal, const std::
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return finish(process);
+}
+
+void ToolTest::letAnybodyRun() {
+    mTool = folder() / "pelko";
+    fs::copy_file(PELKO_TOOL_PATH, mTool);
+    fs::permissions(folder(), fs::perms(0777));
+    fs::remove(folder() / "out");
+    fs::remove(folder() / "err");
 }
 
 bool ToolTest::hasUnfinished() const {

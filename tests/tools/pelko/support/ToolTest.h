@@ -62,6 +62,9 @@ protected:
     /// it is
     ToolRun runStopped(const Arguments& arguments, int signal, const std::function<bool()>& begun,
                        int times = 1) const;
+    /// Prepares folder() for WithoutPrivileges: anybody may write there, and what is started from now on is a
+    /// copy of the tool in it. Where the project lies, others may not be let in.
+    void letAnybodyRun();
     /// Whether something in folder() grows under a name of its own until it is whole.
     bool hasUnfinished() const;
 
@@ -84,7 +87,11 @@ protected:
 private:
     Arguments withDataDir(const Arguments& arguments) const;
 
+    /// Starts the tool. The descriptors are its stdin, stdout and stderr; they are closed here.
+    pid_t startTool(const Arguments& arguments, int in, int out, int err) const;
+
     TemporaryFolder mFolder;
+    fs::path mTool = PELKO_TOOL_PATH;
 };
 
 /// That a run failed with the exit code, said nothing on stdout, and one line on stderr that matches.
