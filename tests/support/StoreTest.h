@@ -19,6 +19,11 @@ namespace pelkotest {
 using Value = std::optional<std::string>;
 using Row = std::vector<Value>;
 
+/// Selects the messages between "me" and "alice".
+inline constexpr char withAlice[] =
+    "((receiver_type = 0 AND sender_type = 0) AND ((receiver_id = 'alice' AND sender_id = 'me') OR "
+    "(sender_id = 'alice' AND receiver_id = 'me')))";
+
 /// The key of every file of this run, from the environment variable PELKO_TEST_KEY; none without it. A test
 /// that sets another one sets it back with this.
 void setKeyOfThisRun();

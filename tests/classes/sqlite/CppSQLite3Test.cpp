@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "classes/sqlite/DatabaseKey.h"
+#include "tests/support/RawConnection.h"
 #include "tests/support/StoreTest.h"
 
 namespace pelkotest {
@@ -51,19 +51,6 @@ void expectThrows(int code, const testing::Matcher<const char*>& message, Work w
         EXPECT_THAT(exception.errorMessage(), message);
         EXPECT_STREQ(exception.what(), exception.errorMessage());
     }
-}
-
-using RawConnection = std::unique_ptr<sqlite3, int (*)(sqlite3*)>;
-
-RawConnection openRaw(const std::string& path) {
-    sqlite3* raw = nullptr;
-    EXPECT_EQ(sqlite3_open(path.c_str(), &raw), SQLITE_OK) << path;
-    pelkoapi::useDatabaseKey(raw);
-    return {raw, sqlite3_close};
-}
-
-int runRaw(const RawConnection& connection, const char* sql) {
-    return sqlite3_exec(connection.get(), sql, nullptr, nullptr, nullptr);
 }
 
 int countOpenStatements(sqlite3* connection) {

@@ -4,11 +4,10 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 #include <thread>
 
 #include "classes/sqlite/CppSQLite3.h"
-#include "classes/sqlite/DatabaseKey.h"
+#include "tests/support/RawConnection.h"
 #include "tests/support/StoreTest.h"
 #include "tests/support/WithoutPrivileges.h"
 
@@ -21,19 +20,6 @@ namespace {
 namespace fs = std::filesystem;
 using pelkoapi::CppSQLite3DB;
 using testing::ElementsAre;
-
-using RawConnection = std::unique_ptr<sqlite3, int (*)(sqlite3*)>;
-
-RawConnection openRaw(const std::string& path) {
-    sqlite3* raw = nullptr;
-    EXPECT_EQ(sqlite3_open(path.c_str(), &raw), SQLITE_OK);
-    pelkoapi::useDatabaseKey(raw);
-    return {raw, sqlite3_close};
-}
-
-int runRaw(const RawConnection& connection, const char* sql) {
-    return sqlite3_exec(connection.get(), sql, nullptr, nullptr, nullptr);
-}
 
 class JournalTest : public testing::Test {
 protected:

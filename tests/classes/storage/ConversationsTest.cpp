@@ -25,10 +25,6 @@ const PelkoChatTarget someGroup(5, PelkoChatTargetTypeGroup);
 const PelkoChatTarget someService(9, PelkoChatTargetTypeCustomerService);
 const PelkoChatTarget unknownKind(5, static_cast<PelkoChatTargetType>(9));
 
-constexpr char withAlice[] =
-    "((receiver_type = 0 AND sender_type = 0) AND ((receiver_id = 'alice' AND sender_id = 'me') OR "
-    "(sender_id = 'alice' AND receiver_id = 'me')))";
-
 class ConversationsTest : public StoreTest {
 protected:
     /// @return the row id of a stored message, made of what the conversations look at

@@ -14,13 +14,10 @@ using Strings = std::vector<std::string>;
 
 namespace {
 
-const PelkoUser alice("alice");
+const PelkoUser aliceUser("alice");
 
 constexpr char selectPaths[] = "SELECT media_path, ex_media_path, extra_path FROM tbl_msg WHERE ";
 constexpr char deleteRows[] = "DELETE FROM tbl_msg WHERE ";
-constexpr char withAlice[] =
-    "((receiver_type = 0 AND sender_type = 0) AND ((receiver_id = 'alice' AND sender_id = 'me') OR "
-    "(sender_id = 'alice' AND receiver_id = 'me')))";
 
 /// The statements of a deletion: the files' query, then the rows' deletion.
 Strings bothPhases(const std::string& condition) {
@@ -45,7 +42,7 @@ protected:
     /// An image of the conversation with alice, with the files NAME.jpg and NAME-small.jpg and the extra text
     /// NAME.
     s64 storeImage(const std::string& name) {
-        PelkoMessage message = PelkoMessage::createImageMessage(alice, "/app/media/" + name + ".jpg",
+        PelkoMessage message = PelkoMessage::createImageMessage(aliceUser, "/app/media/" + name + ".jpg",
                                                                 "/app/media/" + name + "-small.jpg");
         message.extraText = name;
         return store(message);
@@ -171,7 +168,7 @@ TEST_F(MessageDeletionTest, DeleteMessagesLeavesTheTransactionToTheCaller) {
 
 TEST_F(MessageDeletionTest, ImageLosesItsFileAndItsSecondFile) {
     const s64 stored =
-        store(PelkoMessage::createImageMessage(alice, "/app/media/cat.jpg", "/app/media/cat-small.jpg"));
+        store(PelkoMessage::createImageMessage(aliceUser, "/app/media/cat.jpg", "/app/media/cat-small.jpg"));
     EXPECT_EQ(rows("SELECT media_path, ex_media_path FROM tbl_msg"),
               (std::vector<Row>{{"media/cat.jpg", "media/cat-small.jpg"}}));
     EXPECT_TRUE(deleteMessages({stored}));
@@ -180,13 +177,13 @@ TEST_F(MessageDeletionTest, ImageLosesItsFileAndItsSecondFile) {
 }
 
 TEST_F(MessageDeletionTest, EmptyPathsOfATextMessageArePassedOnToo) {
-    const s64 stored = storeText("me", alice);
+    const s64 stored = storeText("me", aliceUser);
     EXPECT_TRUE(deleteMessages({stored}));
     EXPECT_THAT(platform().removed, ElementsAre("", "", ""));
 }
 
 TEST_F(MessageDeletionTest, ExtraTextIsTakenForAPath) {
-    PelkoMessage message = PelkoMessage::createTextMessage(alice, "hello");
+    PelkoMessage message = PelkoMessage::createTextMessage(aliceUser, "hello");
     message.extraText = "see you; at 8 %s";
     const s64 stored = store(message);
     EXPECT_TRUE(deleteMessages({stored}));
@@ -194,7 +191,8 @@ TEST_F(MessageDeletionTest, ExtraTextIsTakenForAPath) {
 }
 
 TEST_F(MessageDeletionTest, AbsolutePathsAreRemovedAsTheyStand) {
-    const s64 stored = store(PelkoMessage::createImageMessage(alice, "/sdcard/cat.jpg", "/application/cat"));
+    const s64 stored =
+        store(PelkoMessage::createImageMessage(aliceUser, "/sdcard/cat.jpg", "/application/cat"));
     EXPECT_TRUE(deleteMessages({stored}));
     EXPECT_THAT(platform().removed, ElementsAre("/sdcard/cat.jpg", "/application/cat", ""));
 }
@@ -268,7 +266,7 @@ TEST_P(ClearMessages, IsTrueForAConversationWithoutMessages) {
 
 INSTANTIATE_TEST_SUITE_P(
     Kinds, ClearMessages,
-    testing::Values(Conversation{"User", alice, withAlice},
+    testing::Values(Conversation{"User", aliceUser, withAlice},
                     Conversation{"Room", PelkoRoom(7), "(receiver_type = 1 AND receiver_id = '7')"},
                     Conversation{"Group", PelkoGroup(7), "(receiver_type = 2 AND receiver_id = '7')"},
                     Conversation{"Service", PelkoCustomerService(7U),
@@ -306,7 +304,7 @@ TEST_F(MessageDeletionTest, ClearMessagesWithAQuoteInTheOwnNameRemovesNothing) {
         SCOPED_TRACE(name);
         LoginContext::getInstance()->setUserName(name);
         forget();
-        EXPECT_FALSE(db().clearMessages(alice));
+        EXPECT_FALSE(db().clearMessages(aliceUser));
         ASSERT_EQ(platform().file.size(), 2U);
         for (const std::string& line : platform().file) {
             EXPECT_THAT(line, testing::StartsWith("clearMessages failed, exception in (unrecognized token"));
@@ -329,7 +327,7 @@ TEST_F(MessageDeletionTest, ClearMessagesOfARoomDoesNotNeedTheOwnName) {
 TEST_F(MessageDeletionTest, ClearMessagesIsTrueWhenTheStatementDeletesNoRow) {
     const s64 stored = storeImage("a");
     changeTables("CREATE TRIGGER keep BEFORE DELETE ON tbl_msg BEGIN SELECT RAISE(IGNORE); END");
-    EXPECT_TRUE(db().clearMessages(alice));
+    EXPECT_TRUE(db().clearMessages(aliceUser));
     expectNothingLogged();
     EXPECT_THAT(storedRows(), ElementsAre(stored));
 }
@@ -442,7 +440,7 @@ INSTANTIATE_TEST_SUITE_P(Operations, TwoPhases,
                                                   }},
                                          Deletion{
                                              "clearMessages", withAlice,
-                                             [](PelkoDBManager& db) { return db.clearMessages(alice); }}),
+                                             [](PelkoDBManager& db) { return db.clearMessages(aliceUser); }}),
                          caseName<Deletion>);
 
 // ---- not ready
@@ -479,7 +477,7 @@ INSTANTIATE_TEST_SUITE_P(All, DeletionOperations,
                                                    }},
                                          Operation{"clearMessages", "clearMessages",
                                                    [](PelkoDBManager& db) {
-                                                       EXPECT_FALSE(db.clearMessages(alice));
+                                                       EXPECT_FALSE(db.clearMessages(aliceUser));
                                                    }}),
                          nameOf);
 

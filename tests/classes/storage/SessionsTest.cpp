@@ -16,7 +16,7 @@ using testing::IsEmpty;
 
 namespace {
 
-const PelkoChatTarget alice("alice");
+const PelkoChatTarget aliceTarget("alice");
 const PelkoChatTarget aRoom(5, PelkoChatTargetTypeRoom);
 const PelkoChatTarget aGroup(9007199254740993, PelkoChatTargetTypeGroup);
 const PelkoChatTarget aService(9, PelkoChatTargetTypeCustomerService);
@@ -51,7 +51,7 @@ protected:
 // ---- insertNewSession
 
 TEST_F(SessionsTest, InsertWritesTheRowWithFlagAndMessageCrossed) {
-    EXPECT_TRUE(db().insertNewSession(sessionWith(alice, true, 57, 3)));
+    EXPECT_TRUE(db().insertNewSession(sessionWith(aliceTarget, true, 57, 3)));
     EXPECT_THAT(statements(), ElementsAre(std::string(insertSessionHead) + "(0, 'alice', 1, 57, 3)"));
     EXPECT_EQ(rows("SELECT target_type, target_id, last_msg_id, is_top, priority FROM tbl_session"),
               (std::vector<Row>{{"0", "alice", "1", "57", "3"}}));
@@ -73,9 +73,9 @@ TEST_F(SessionsTest, InsertWritesEveryKindOfTargetWithItsKey) {
 }
 
 TEST_F(SessionsTest, SecondInsertOfATargetFailsOnTheKeyAndChangesNothing) {
-    add(alice);
+    add(aliceTarget);
     const std::vector<Row> before = rows(allSessions);
-    EXPECT_FALSE(db().insertNewSession(sessionWith(alice, true, 57, 3)));
+    EXPECT_FALSE(db().insertNewSession(sessionWith(aliceTarget, true, 57, 3)));
     expectFailureLogged("insertNewSession", HasSubstr("UNIQUE constraint failed"));
     EXPECT_EQ(rows(allSessions), before);
 }
@@ -89,17 +89,17 @@ TEST_F(SessionsTest, TargetsOfDifferentKindsWithTheSameIdAreDifferentSessions) {
 
 TEST_F(SessionsTest, InsertThatChangesNoRowIsNoSuccess) {
     changeTables("CREATE TRIGGER skipped BEFORE INSERT ON tbl_session BEGIN SELECT RAISE(IGNORE); END");
-    EXPECT_FALSE(db().insertNewSession(sessionWith(alice)));
+    EXPECT_FALSE(db().insertNewSession(sessionWith(aliceTarget)));
     expectNothingLogged();
 }
 
 // ---- loadSessionList
 
 TEST_F(SessionsTest, EmptyTableLoadsNothing) {
-    std::list<PelkoSession> sessions = {sessionWith(alice)};
+    std::list<PelkoSession> sessions = {sessionWith(aliceTarget)};
     EXPECT_TRUE(db().loadSessionList(sessions));
     ASSERT_EQ(sessions.size(), 1U);
-    EXPECT_EQ(sessions.front().target, alice);
+    EXPECT_EQ(sessions.front().target, aliceTarget);
     EXPECT_THAT(statements(), ElementsAre("SELECT * FROM tbl_session"));
     expectNothingLogged();
 }
@@ -107,9 +107,9 @@ TEST_F(SessionsTest, EmptyTableLoadsNothing) {
 TEST_F(SessionsTest, SessionComesBackWithItsFields) {
     PelkoMessage message = imageMessage();
     db().insertMessage(&message);
-    add(alice);
-    db().markSessionIsTop(alice, true, -3);
-    db().updateSessionLastMsg(alice, message.dbID);
+    add(aliceTarget);
+    db().markSessionIsTop(aliceTarget, true, -3);
+    db().updateSessionLastMsg(aliceTarget, message.dbID);
     forget();
 
     const std::list<PelkoSession> sessions = load();
@@ -117,7 +117,7 @@ TEST_F(SessionsTest, SessionComesBackWithItsFields) {
     const PelkoSession& session = sessions.front();
     EXPECT_TRUE(session.isTop);
     EXPECT_EQ(session.priority, -3);
-    EXPECT_EQ(session.target, alice);
+    EXPECT_EQ(session.target, aliceTarget);
     EXPECT_EQ(session.lastMsg, message);
     EXPECT_EQ(session.lastMsg.text, "it's");
     EXPECT_EQ(session.lastMsg.media.path, "/app/media/small.jpg");
@@ -142,9 +142,9 @@ TEST_F(SessionsTest, FieldsWithoutAColumnKeepTheirDefaults) {
 }
 
 TEST_F(SessionsTest, FreshlyInsertedSessionReadsItsCrossedColumns) {
-    PelkoMessage first = PelkoMessage::createTextMessage(alice, "row 1");
+    PelkoMessage first = PelkoMessage::createTextMessage(aliceTarget, "row 1");
     db().insertMessage(&first);
-    db().insertNewSession(sessionWith(alice, true, 57));
+    db().insertNewSession(sessionWith(aliceTarget, true, 57));
     const std::list<PelkoSession> sessions = load();
     ASSERT_EQ(sessions.size(), 1U);
     EXPECT_TRUE(sessions.front().isTop);  // from 57
@@ -153,7 +153,7 @@ TEST_F(SessionsTest, FreshlyInsertedSessionReadsItsCrossedColumns) {
 }
 
 TEST_F(SessionsTest, FreshlyInsertedSessionWithoutAMessageIsNotPinned) {
-    db().insertNewSession(sessionWith(alice, true, 0));
+    db().insertNewSession(sessionWith(aliceTarget, true, 0));
     db().insertNewSession(sessionWith(aRoom, false, -1));
     const std::list<PelkoSession> sessions = load();
     ASSERT_EQ(sessions.size(), 2U);
@@ -162,8 +162,8 @@ TEST_F(SessionsTest, FreshlyInsertedSessionWithoutAMessageIsNotPinned) {
 }
 
 TEST_F(SessionsTest, MissingLastMessageIsADefaultMessage) {
-    add(alice);
-    db().updateSessionLastMsg(alice, 12345);
+    add(aliceTarget);
+    db().updateSessionLastMsg(aliceTarget, 12345);
     const std::list<PelkoSession> sessions = load();
     ASSERT_EQ(sessions.size(), 1U);
     EXPECT_EQ(sessions.front().lastMsg, PelkoMessage());
@@ -210,7 +210,7 @@ TEST_F(SessionsTest, AnyFlagButZeroIsPinned) {
 }
 
 TEST_F(SessionsTest, PinningIsReadFromTheLow32Bits) {
-    db().insertNewSession(sessionWith(alice, true, 4294967296));
+    db().insertNewSession(sessionWith(aliceTarget, true, 4294967296));
     db().insertNewSession(sessionWith(aRoom, false, 4294967297));
     const std::list<PelkoSession> sessions = load();
     ASSERT_EQ(sessions.size(), 2U);
@@ -253,7 +253,7 @@ TEST_F(SessionsTest, TargetsComeBackByKind) {
 }
 
 TEST_F(SessionsTest, LoadingTwiceDoublesTheList) {
-    add(alice);
+    add(aliceTarget);
     add(aRoom);
     std::list<PelkoSession> sessions;
     EXPECT_TRUE(db().loadSessionList(sessions));
@@ -262,14 +262,14 @@ TEST_F(SessionsTest, LoadingTwiceDoublesTheList) {
     for (const PelkoSession& session : sessions) {
         targets.push_back(session.target);
     }
-    EXPECT_THAT(targets, ElementsAre(alice, aRoom, alice, aRoom));
+    EXPECT_THAT(targets, ElementsAre(aliceTarget, aRoom, aliceTarget, aRoom));
 }
 
 TEST_F(SessionsTest, AThousandSessionsSurviveARestart) {
     constexpr int many = 1000;
     db().beginTransaction();  // for speed alone
     for (int i = 1; i <= many; ++i) {
-        PelkoMessage message = PelkoMessage::createTextMessage(alice, "last of " + std::to_string(i));
+        PelkoMessage message = PelkoMessage::createTextMessage(aliceTarget, "last of " + std::to_string(i));
         const PelkoRoom target(static_cast<uint>(i));
         ASSERT_TRUE(db().insertMessage(&message));
         ASSERT_TRUE(db().insertNewSession(sessionWith(target)));
@@ -292,7 +292,7 @@ TEST_F(SessionsTest, AThousandSessionsSurviveARestart) {
 }
 
 TEST_F(SessionsTest, LastMessageThatCannotBeReadIsReportedByItsReader) {
-    add(alice);
+    add(aliceTarget);
     add(aRoom);
     changeTables("DROP TABLE tbl_msg");
     EXPECT_EQ(load().size(), 2U);
@@ -308,16 +308,16 @@ TEST_F(SessionsTest, SessionsAppendedBeforeAFailureStay) {
         "INSERT INTO sessions VALUES (1, '1', 0, 0, 1), (1, '2', 0, 0, 2), (1, '3', 0, 0, 3);"
         "CREATE VIEW tbl_session AS SELECT target_type, target_id, last_msg_id, is_top,"
         " abs(CASE priority WHEN 3 THEN -9223372036854775808 ELSE priority END) AS priority FROM sessions");
-    std::list<PelkoSession> sessions = {sessionWith(alice)};
+    std::list<PelkoSession> sessions = {sessionWith(aliceTarget)};
     EXPECT_FALSE(db().loadSessionList(sessions));
     ASSERT_EQ(sessions.size(), 2U);
-    EXPECT_EQ(sessions.front().target, alice);
+    EXPECT_EQ(sessions.front().target, aliceTarget);
     EXPECT_EQ(sessions.back().target, PelkoRoom(1U));
     expectFailureLogged("loadSessionList", HasSubstr("integer overflow"));
 }
 
 TEST_F(SessionsTest, LoadLetsGoOfTheFile) {
-    add(alice);
+    add(aliceTarget);
     load();
     execute("DELETE FROM tbl_session");
     EXPECT_EQ(value("PRAGMA wal_checkpoint(TRUNCATE)"), "0") << "busy while a reader holds what it read";
@@ -341,7 +341,7 @@ TEST_F(SessionsTest, DeleteRemovesTheTargetsRowAndKeepsItsMessages) {
 
 TEST_F(SessionsTest, DeleteOfAnUnknownTargetIsFalse) {
     add(aRoom);
-    EXPECT_FALSE(db().deleteSession(alice));
+    EXPECT_FALSE(db().deleteSession(aliceTarget));
     EXPECT_FALSE(db().deleteSession(PelkoRoom(6U)));
     EXPECT_EQ(value("SELECT count(*) FROM tbl_session"), "1");
     EXPECT_TRUE(db().deleteSession(aRoom));
@@ -350,19 +350,19 @@ TEST_F(SessionsTest, DeleteOfAnUnknownTargetIsFalse) {
 }
 
 TEST_F(SessionsTest, DeletedSessionCanBeInsertedAgain) {
-    add(alice);
-    EXPECT_TRUE(db().deleteSession(alice));
-    EXPECT_TRUE(db().insertNewSession(sessionWith(alice)));
+    add(aliceTarget);
+    EXPECT_TRUE(db().deleteSession(aliceTarget));
+    EXPECT_TRUE(db().insertNewSession(sessionWith(aliceTarget)));
 }
 
 // ---- markSessionIsTop
 
 TEST_F(SessionsTest, MarkSetsPinningAndPriorityOfOneSession) {
     execute("INSERT INTO tbl_session VALUES (0, 'alice', 7, 0, 1), (1, '5', 8, 0, 1)");
-    EXPECT_TRUE(db().markSessionIsTop(alice, true, 42));
+    EXPECT_TRUE(db().markSessionIsTop(aliceTarget, true, 42));
     EXPECT_EQ(rows(allSessions),
               (std::vector<Row>{{"0", "alice", "7", "1", "42"}, {"1", "5", "8", "0", "1"}}));
-    EXPECT_TRUE(db().markSessionIsTop(alice, false, -1));
+    EXPECT_TRUE(db().markSessionIsTop(aliceTarget, false, -1));
     EXPECT_EQ(rows(allSessions),
               (std::vector<Row>{{"0", "alice", "7", "0", "-1"}, {"1", "5", "8", "0", "1"}}));
     EXPECT_THAT(
@@ -388,20 +388,20 @@ TEST_F(SessionsTest, LastMessageOfOneSessionIsSet) {
 TEST_F(SessionsTest, UpdatesOfAnUnknownTargetAreFalseAndInsertNothing) {
     add(aRoom);
     const std::vector<Row> before = rows(allSessions);
-    EXPECT_FALSE(db().markSessionIsTop(alice, true, 1));
-    EXPECT_FALSE(db().updateSessionLastMsg(alice, 1));
+    EXPECT_FALSE(db().markSessionIsTop(aliceTarget, true, 1));
+    EXPECT_FALSE(db().updateSessionLastMsg(aliceTarget, 1));
     EXPECT_EQ(rows(allSessions), before);
     expectNothingLogged();
 }
 
 TEST_F(SessionsTest, AnyNumberIsSetAndTheSameAgainIsAChange) {
-    add(alice);
+    add(aliceTarget);
     for (const s64 id : {0LL, -1LL, LLONG_MIN, LLONG_MAX, LLONG_MAX}) {
-        EXPECT_TRUE(db().updateSessionLastMsg(alice, id));
+        EXPECT_TRUE(db().updateSessionLastMsg(aliceTarget, id));
         EXPECT_EQ(value("SELECT last_msg_id FROM tbl_session"), std::to_string(id));
     }
     for (const int priority : {INT_MIN, INT_MAX, INT_MAX}) {
-        EXPECT_TRUE(db().markSessionIsTop(alice, true, priority));
+        EXPECT_TRUE(db().markSessionIsTop(aliceTarget, true, priority));
         EXPECT_EQ(load().front().priority, priority);
     }
     expectNothingLogged();
@@ -410,35 +410,35 @@ TEST_F(SessionsTest, AnyNumberIsSetAndTheSameAgainIsAChange) {
 // ---- with the messages
 
 TEST_F(SessionsTest, AnIncomingMessageIsStoredOnceCountedShownAndRead) {
-    const PelkoUser me("me");
-    PelkoMessage question = PelkoMessage::createTextMessage(me, alice, "how are you?");
+    const PelkoUser myself("me");
+    PelkoMessage question = PelkoMessage::createTextMessage(myself, aliceTarget, "how are you?");
     question.date = 100;
     ASSERT_TRUE(db().insertMessage(&question));
-    add(alice);
+    add(aliceTarget);
 
-    PelkoMessage answer = PelkoMessage::createTextMessage(alice, me, "well");
+    PelkoMessage answer = PelkoMessage::createTextMessage(aliceTarget, myself, "well");
     answer.id = 9;
     answer.date = 200;
     answer.status = PelkoMessageStatusUnread;
     PelkoMessage secondDelivery = answer;
     EXPECT_TRUE(db().insertMessage(&answer));
     EXPECT_EQ(answer.dbID, 2);
-    EXPECT_TRUE(db().updateSessionLastMsg(alice, answer.dbID));
+    EXPECT_TRUE(db().updateSessionLastMsg(aliceTarget, answer.dbID));
     EXPECT_TRUE(db().insertMessage(&secondDelivery));
     EXPECT_EQ(value("SELECT count(*) FROM tbl_msg"), "2");
 
-    EXPECT_EQ(db().getUnreadCountOfTarget(alice), 1U);
+    EXPECT_EQ(db().getUnreadCountOfTarget(aliceTarget), 1U);
     const PelkoMessage last = load().front().lastMsg;
     EXPECT_EQ(last.id, 9);
     EXPECT_EQ(last.text, "well");
     EXPECT_EQ(last.status, PelkoMessageStatusUnread);
-    EXPECT_EQ(last.sender, alice);
-    EXPECT_EQ(last.receiver, me);
+    EXPECT_EQ(last.sender, aliceTarget);
+    EXPECT_EQ(last.receiver, myself);
 
-    EXPECT_TRUE(db().clearUnreadStatus(alice));
-    EXPECT_EQ(db().getUnreadCountOfTarget(alice), 0U);
+    EXPECT_TRUE(db().clearUnreadStatus(aliceTarget));
+    EXPECT_EQ(db().getUnreadCountOfTarget(aliceTarget), 0U);
     std::deque<PelkoMessage> page;
-    EXPECT_TRUE(db().getLatestMessages(alice, 20, page));
+    EXPECT_TRUE(db().getLatestMessages(aliceTarget, 20, page));
     ASSERT_EQ(page.size(), 2U);
     EXPECT_EQ(page.front().text, "how are you?");
     EXPECT_EQ(page.back().text, "well");
@@ -464,21 +464,21 @@ TEST_P(SessionOperations, FailWithoutTheTable) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, SessionOperations,
-    testing::Values(Operation{"loadSessionList", "loadSessionList",
-                              [](PelkoDBManager& db) {
-                                  std::list<PelkoSession> sessions(2);
-                                  EXPECT_FALSE(db.loadSessionList(sessions));
-                                  EXPECT_EQ(sessions.size(), 2U);
-                              }},
-                    Operation{
-                        "insertNewSession", "insertNewSession",
-                        [](PelkoDBManager& db) { EXPECT_FALSE(db.insertNewSession(sessionWith(alice))); }},
-                    Operation{"deleteSession", "deleteSession",
-                              [](PelkoDBManager& db) { EXPECT_FALSE(db.deleteSession(alice)); }},
-                    Operation{"markSessionIsTop", "markSessionIsTop",
-                              [](PelkoDBManager& db) { EXPECT_FALSE(db.markSessionIsTop(alice, true, 1)); }},
-                    Operation{"updateSessionLastMsg", "updateSessionLastMsg",
-                              [](PelkoDBManager& db) { EXPECT_FALSE(db.updateSessionLastMsg(alice, 1)); }}),
+    testing::Values(
+        Operation{"loadSessionList", "loadSessionList",
+                  [](PelkoDBManager& db) {
+                      std::list<PelkoSession> sessions(2);
+                      EXPECT_FALSE(db.loadSessionList(sessions));
+                      EXPECT_EQ(sessions.size(), 2U);
+                  }},
+        Operation{"insertNewSession", "insertNewSession",
+                  [](PelkoDBManager& db) { EXPECT_FALSE(db.insertNewSession(sessionWith(aliceTarget))); }},
+        Operation{"deleteSession", "deleteSession",
+                  [](PelkoDBManager& db) { EXPECT_FALSE(db.deleteSession(aliceTarget)); }},
+        Operation{"markSessionIsTop", "markSessionIsTop",
+                  [](PelkoDBManager& db) { EXPECT_FALSE(db.markSessionIsTop(aliceTarget, true, 1)); }},
+        Operation{"updateSessionLastMsg", "updateSessionLastMsg",
+                  [](PelkoDBManager& db) { EXPECT_FALSE(db.updateSessionLastMsg(aliceTarget, 1)); }}),
     nameOf);
 
 }  // namespace
