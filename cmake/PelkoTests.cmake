@@ -7,7 +7,7 @@ function(pelko_compile_together target)
     if(DEFINED CMAKE_UNITY_BUILD)
         return()
     endif()
-    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 6)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 9)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         # It takes what stands in an included file for a header.
         target_compile_options(${target} PRIVATE -Wno-subobject-linkage)
