@@ -22,9 +22,10 @@ function(pelko_register_tests target processes)
         return()
     endif()
     math(EXPR last "${processes} - 1")
+    math(EXPR cost "1000 / ${processes}")  # where they are few, each is long, and starts early
     foreach(index RANGE ${last})
         add_test(NAME ${target}.${index} COMMAND ${target})
-        set_tests_properties(${target}.${index} PROPERTIES TIMEOUT 1800
+        set_tests_properties(${target}.${index} PROPERTIES TIMEOUT 1800 COST ${cost}
             ENVIRONMENT "GTEST_TOTAL_SHARDS=${processes};GTEST_SHARD_INDEX=${index}")
     endforeach()
 endfunction()
