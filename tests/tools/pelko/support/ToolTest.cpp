@@ -266,7 +266,7 @@ void ToolTest::execute(const std::string& sql) const {
 void ToolTest::refuseText(const std::string& text, const std::string& onConflict) const {
     // Triggers would be simpler, but the store does not run any.
     std::string table = value("SELECT sql FROM sqlite_master WHERE name = 'tbl_msg'");
-    table = table.substr(0, std::min(table.find(", UNIQUE"), table.size() - 1));
+    table.resize(std::min(table.find(", UNIQUE"), table.size() - 1));
     execute("ALTER TABLE tbl_msg RENAME TO kept; " + table + ", UNIQUE (text) ON CONFLICT " + onConflict +
             "); INSERT INTO tbl_msg SELECT * FROM kept; DROP TABLE kept; INSERT OR IGNORE INTO tbl_msg "
             "(receiver_id, text) VALUES ('obstacle', '" +
