@@ -17,7 +17,6 @@
 using namespace pelkotest;
 using nlohmann::json;
 using testing::AllOf;
-using testing::Each;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
