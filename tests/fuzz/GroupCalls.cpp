@@ -86,9 +86,9 @@ void getGroupInfo(OperationRun& run) {
 }
 
 void getTargetInfoVersion(OperationRun& run) {
-    const PelkoChatTarget target = run.input.target();
-    run.both("getTargetInfoVersion", told(target),
-             [&](auto& store) { return told(store.getTargetInfoVersion(target)); });
+    const PelkoChatTarget chat = run.input.target();
+    run.both("getTargetInfoVersion", told(chat),
+             [&](auto& store) { return told(store.getTargetInfoVersion(chat)); });
 }
 
 void deleteGroup(OperationRun& run) {

@@ -69,36 +69,36 @@ void updateMessageMediaStatus(OperationRun& run) {
 }
 
 void getLatestMessages(OperationRun& run) {
-    const PelkoChatTarget target = run.input.target();
+    const PelkoChatTarget chat = run.input.target();
     const uint count = run.input.number();
-    run.both("getLatestMessages", told(target, count), [&](auto& store) {
+    run.both("getLatestMessages", told(chat, count), [&](auto& store) {
         std::deque<PelkoMessage> messages = {PelkoMessage(9LL)};
-        const bool result = store.getLatestMessages(target, count, messages);
+        const bool result = store.getLatestMessages(chat, count, messages);
         return told(result) + '\n' + recordsText(messages);
     });
 }
 
 void getHistoryMessages(OperationRun& run) {
-    const PelkoChatTarget target = run.input.target();
+    const PelkoChatTarget chat = run.input.target();
     const s64 dbID = run.input.rowId();
     const uint count = run.input.number();
-    run.both("getHistoryMessages", told(target, dbID, count), [&](auto& store) {
+    run.both("getHistoryMessages", told(chat, dbID, count), [&](auto& store) {
         std::deque<PelkoMessage> messages = {PelkoMessage(9LL)};
-        const bool result = store.getHistoryMessages(target, dbID, count, messages);
+        const bool result = store.getHistoryMessages(chat, dbID, count, messages);
         return told(result) + '\n' + recordsText(messages);
     });
 }
 
 void clearUnreadStatus(OperationRun& run) {
-    const PelkoChatTarget target = run.input.target();
-    run.both("clearUnreadStatus", told(target),
-             [&](auto& store) { return told(store.clearUnreadStatus(target)); });
+    const PelkoChatTarget chat = run.input.target();
+    run.both("clearUnreadStatus", told(chat),
+             [&](auto& store) { return told(store.clearUnreadStatus(chat)); });
 }
 
 void getUnreadCountOfTarget(OperationRun& run) {
-    const PelkoChatTarget target = run.input.target();
-    run.both("getUnreadCountOfTarget", told(target),
-             [&](auto& store) { return told(store.getUnreadCountOfTarget(target)); });
+    const PelkoChatTarget chat = run.input.target();
+    run.both("getUnreadCountOfTarget", told(chat),
+             [&](auto& store) { return told(store.getUnreadCountOfTarget(chat)); });
 }
 
 void getUnreadCountOfTypes(OperationRun& run) {
@@ -129,8 +129,8 @@ void deleteMessages(OperationRun& run) {
 }
 
 void clearMessages(OperationRun& run) {
-    const PelkoChatTarget target = run.input.target();
-    run.both("clearMessages", told(target), [&](auto& store) { return told(store.clearMessages(target)); });
+    const PelkoChatTarget chat = run.input.target();
+    run.both("clearMessages", told(chat), [&](auto& store) { return told(store.clearMessages(chat)); });
 }
 
 }  // namespace

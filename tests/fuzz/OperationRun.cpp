@@ -73,7 +73,7 @@ std::string sortedLines(std::vector<std::string> texts) {
 
 }  // namespace
 
-OperationRun::OperationRun(FuzzInput bytes)
+OperationRun::OperationRun(const FuzzInput& bytes)
     : input(bytes), model({}), mManager(PelkoDBManager::getInstance()) {
     static const StartFiles start;
     const bool old = input.flag();

@@ -47,7 +47,7 @@ std::string told(const First& first, const Others&... others) {
 class OperationRun {
 public:
     /// The input's first bytes choose the file that the store begins with.
-    explicit OperationRun(FuzzInput bytes);
+    explicit OperationRun(const FuzzInput& bytes);
     ~OperationRun();
     OperationRun(const OperationRun&) = delete;
     OperationRun& operator=(const OperationRun&) = delete;
@@ -60,9 +60,9 @@ public:
     template <typename Call>
     void both(const char* name, const std::string& arguments, const Call& call) {
         begin(name, arguments);
-        const std::string stored = outcome([&] { return call(*mManager); });
+        const std::string given = outcome([&] { return call(*mManager); });
         const std::string expected = outcome([&] { return call(model); });
-        compare(stored, expected);
+        compare(given, expected);
     }
 
     /// Reads everything back through the public readers.

@@ -25,23 +25,23 @@ void insertNewSession(OperationRun& run) {
 }
 
 void deleteSession(OperationRun& run) {
-    const PelkoChatTarget target = run.input.target();
-    run.both("deleteSession", told(target), [&](auto& store) { return told(store.deleteSession(target)); });
+    const PelkoChatTarget chat = run.input.target();
+    run.both("deleteSession", told(chat), [&](auto& store) { return told(store.deleteSession(chat)); });
 }
 
 void markSessionIsTop(OperationRun& run) {
-    const PelkoChatTarget target = run.input.target();
+    const PelkoChatTarget chat = run.input.target();
     const bool isTop = run.input.flag();
     const int priority = static_cast<int>(run.input.number());
-    run.both("markSessionIsTop", told(target, isTop, priority),
-             [&](auto& store) { return told(store.markSessionIsTop(target, isTop, priority)); });
+    run.both("markSessionIsTop", told(chat, isTop, priority),
+             [&](auto& store) { return told(store.markSessionIsTop(chat, isTop, priority)); });
 }
 
 void updateSessionLastMsg(OperationRun& run) {
-    const PelkoChatTarget target = run.input.target();
+    const PelkoChatTarget chat = run.input.target();
     const s64 dbID = run.input.rowId();
-    run.both("updateSessionLastMsg", told(target, dbID),
-             [&](auto& store) { return told(store.updateSessionLastMsg(target, dbID)); });
+    run.both("updateSessionLastMsg", told(chat, dbID),
+             [&](auto& store) { return told(store.updateSessionLastMsg(chat, dbID)); });
 }
 
 void insertNotify(OperationRun& run) {
@@ -107,15 +107,15 @@ void updateLastMsgID(OperationRun& run) {
 }
 
 void getMsgConfig(OperationRun& run) {
-    const PelkoChatTarget target = run.input.target();
-    run.both("getMsgConfig", told(target), [&](auto& store) { return told(store.getMsgConfig(target)); });
+    const PelkoChatTarget chat = run.input.target();
+    run.both("getMsgConfig", told(chat), [&](auto& store) { return told(store.getMsgConfig(chat)); });
 }
 
 void setMsgConfig(OperationRun& run) {
-    const PelkoChatTarget target = run.input.target();
+    const PelkoChatTarget chat = run.input.target();
     const int config = static_cast<int>(run.input.number());
-    run.both("setMsgConfig", told(target, config),
-             [&](auto& store) { return told(store.setMsgConfig(target, config)); });
+    run.both("setMsgConfig", told(chat, config),
+             [&](auto& store) { return told(store.setMsgConfig(chat, config)); });
 }
 
 void setUp(OperationRun& run) {
@@ -155,22 +155,22 @@ void transStringQuote(OperationRun& run) {
 }
 
 // The table and the condition enter a statement as they are: the caller's own SQL, so only some are tried.
-constexpr const char* tables[] = {"tbl_msg",         "tbl_relationship", "tbl_user",      "tbl_room",
-                                  "tbl_group",       "tbl_group_list",   "tbl_session",   "tbl_notify",
-                                  "tbl_last_msg_id", "tbl_msg_config",   "tbl_of_nobody", ""};
-constexpr const char* conditions[] = {
+constexpr const char* queriedTables[] = {"tbl_msg",         "tbl_relationship", "tbl_user",      "tbl_room",
+                                         "tbl_group",       "tbl_group_list",   "tbl_session",   "tbl_notify",
+                                         "tbl_last_msg_id", "tbl_msg_config",   "tbl_of_nobody", ""};
+constexpr const char* queriedConditions[] = {
     "1 = 1", "1 = 0", "", "no_such_column = 1", "1 = 1; DELETE FROM tbl_msg", "'"};
 
 void checkIfRecordExist(OperationRun& run) {
-    const char* const table = tables[run.input.below(12)];
-    const char* const condition = conditions[run.input.below(6)];
+    const char* const table = queriedTables[run.input.below(12)];
+    const char* const condition = queriedConditions[run.input.below(6)];
     run.both("checkIfRecordExist", std::string(table) + ", " + condition,
              [&](auto& store) { return told(store.checkIfRecordExist(table, condition)); });
 }
 
 void queryCount(OperationRun& run) {
-    const char* const table = tables[run.input.below(12)];
-    const char* const condition = conditions[run.input.below(6)];
+    const char* const table = queriedTables[run.input.below(12)];
+    const char* const condition = queriedConditions[run.input.below(6)];
     run.both("queryCount", std::string(table) + ", " + condition,
              [&](auto& store) { return told(store.queryCount(table, condition)); });
 }

@@ -20,11 +20,11 @@ NotifyPartyRow notifyParty(const PelkoChatTarget& target) {
 }
 
 PelkoChatTarget party(const NotifyPartyRow& row) {
-    PelkoChatTarget target;
-    target.type = static_cast<PelkoChatTargetType>(row.type);
-    target.id = row.id;
-    target.name = row.name;
-    return target;
+    PelkoChatTarget found;
+    found.type = static_cast<PelkoChatTargetType>(row.type);
+    found.id = row.id;
+    found.name = row.name;
+    return found;
 }
 
 PelkoNotify record(long long dbID, const NotifyRow& row) {

@@ -44,9 +44,9 @@ TEST_F(HostileRowsTest, NullsReadAsTheDefaults) {
     }
     mStore.open();
 
-    PelkoMessage message;
-    message.dbID = 1;
-    EXPECT_EQ(recordText(db().getMessage(1)), recordText(message));
+    PelkoMessage expected;
+    expected.dbID = 1;
+    EXPECT_EQ(recordText(db().getMessage(1)), recordText(expected));
     EXPECT_EQ(recordText(db().getRoomInfo(7)), recordText(PelkoRoom(7U)));
     EXPECT_EQ(recordText(db().getGroupInfo(77)), recordText(PelkoGroup(77LL)));
     std::string name = "alice";
@@ -136,18 +136,18 @@ TEST_F(HostileRowsTest, ValuesOfAnyKindInThePlaceOfNumbers) {
               value + ")");
         mStore.open();
 
-        const PelkoMessage message = db().getMessage(1);
-        EXPECT_EQ(message.id, stored.wide);
-        EXPECT_EQ(message.date, static_cast<uint>(stored.narrow));
-        EXPECT_EQ(message.status, stored.narrow);
-        EXPECT_EQ(message.type, stored.narrow);
+        const PelkoMessage read = db().getMessage(1);
+        EXPECT_EQ(read.id, stored.wide);
+        EXPECT_EQ(read.date, static_cast<uint>(stored.narrow));
+        EXPECT_EQ(read.status, stored.narrow);
+        EXPECT_EQ(read.type, stored.narrow);
         EXPECT_EQ(db().getMessage(3).media.duration, static_cast<uint>(stored.narrow));
-        const PelkoRoom room = db().getRoomInfo(7);
-        EXPECT_EQ(room.isTop, stored.narrow != 0);
-        EXPECT_EQ(room.capacity, static_cast<uint>(stored.narrow));
-        const PelkoGroup group = db().getGroupInfo(77);
-        EXPECT_EQ(group.ownerType, stored.narrow);
-        EXPECT_EQ(group.needAuthentication, stored.narrow != 0);
+        const PelkoRoom readRoom = db().getRoomInfo(7);
+        EXPECT_EQ(readRoom.isTop, stored.narrow != 0);
+        EXPECT_EQ(readRoom.capacity, static_cast<uint>(stored.narrow));
+        const PelkoGroup readGroup = db().getGroupInfo(77);
+        EXPECT_EQ(readGroup.ownerType, stored.narrow);
+        EXPECT_EQ(readGroup.needAuthentication, stored.narrow != 0);
         const PelkoUser user = db().getUserInfo("alice");
         EXPECT_EQ(user.gender, stored.narrow);
         EXPECT_EQ(user.hasGotDetail, stored.narrow != 0);
@@ -182,11 +182,11 @@ TEST_F(HostileRowsTest, KindsThatThereAreNot) {
         mStore.open();
         const auto number = static_cast<int>(std::stol(kind));
 
-        const PelkoMessage message = db().getMessage(3);
-        EXPECT_EQ(recordText(message.sender), recordText(PelkoChatTarget()));
-        EXPECT_EQ(recordText(message.receiver), recordText(PelkoChatTarget()));
-        EXPECT_EQ(message.type, number);
-        EXPECT_EQ(recordText(message.media), recordText(PelkoMedia()));
+        const PelkoMessage read = db().getMessage(3);
+        EXPECT_EQ(recordText(read.sender), recordText(PelkoChatTarget()));
+        EXPECT_EQ(recordText(read.receiver), recordText(PelkoChatTarget()));
+        EXPECT_EQ(read.type, number);
+        EXPECT_EQ(recordText(read.media), recordText(PelkoMedia()));
         std::list<PelkoSession> sessions;
         EXPECT_TRUE(db().loadSessionList(sessions));
         ASSERT_EQ(sessions.size(), 3U);
@@ -253,13 +253,13 @@ TEST_F(HostileRowsTest, TextsThatAreNone) {
             const std::string read = bytes.substr(0, bytes.find('\0'));
             mStore.open();
 
-            const PelkoMessage message = db().getMessage(3);
-            EXPECT_TRUE(message.text == read);
-            EXPECT_TRUE(message.extraText == read);
-            EXPECT_TRUE(message.sender.name == read);
-            EXPECT_TRUE(message.media.url == read);
-            EXPECT_TRUE(message.media.path == (read.empty() ? "" : "/app/" + read));
-            EXPECT_TRUE(message.media.pathEx == (read.empty() ? "" : "/app/" + read));
+            const PelkoMessage third = db().getMessage(3);
+            EXPECT_TRUE(third.text == read);
+            EXPECT_TRUE(third.extraText == read);
+            EXPECT_TRUE(third.sender.name == read);
+            EXPECT_TRUE(third.media.url == read);
+            EXPECT_TRUE(third.media.path == (read.empty() ? "" : "/app/" + read));
+            EXPECT_TRUE(third.media.pathEx == (read.empty() ? "" : "/app/" + read));
             EXPECT_TRUE(db().getRoomInfo(7).name == read);
             EXPECT_TRUE(db().getRoomInfo(7).icon.url == read);
             EXPECT_TRUE(db().getGroupInfo(77).ownerAccount == read);

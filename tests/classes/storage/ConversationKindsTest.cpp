@@ -34,12 +34,12 @@ protected:
         mMessage.sender = PelkoUser("me");
         mMessage.receiver = peer();
         ASSERT_TRUE(db().insertMessage(&mMessage));
-        PelkoMessage anchor = mMessage;
-        anchor.id += 1;
-        anchor.date += 1;
-        anchor.status = PelkoMessageStatusRead;
-        ASSERT_TRUE(db().insertMessage(&anchor));
-        mAnchor = anchor.dbID;
+        PelkoMessage later = mMessage;
+        later.id += 1;
+        later.date += 1;
+        later.status = PelkoMessageStatusRead;
+        ASSERT_TRUE(db().insertMessage(&later));
+        mAnchor = later.dbID;
         forget();
     }
 

@@ -78,9 +78,9 @@ std::string withReplaced(std::string text, const std::string& placeholder, const
 class SqlTextTest : public testing::Test {
 protected:
     void SetUp() override {
-        sqlite3* raw = nullptr;
-        const int opened = sqlite3_open(":memory:", &raw);
-        mConnection.reset(raw);
+        sqlite3* connection = nullptr;
+        const int opened = sqlite3_open(":memory:", &connection);
+        mConnection.reset(connection);
         ASSERT_EQ(opened, SQLITE_OK);
         run("CREATE TABLE t (a TEXT, b TEXT, c INTEGER)");
         run("INSERT INTO t VALUES ('one', 'two', 3)");

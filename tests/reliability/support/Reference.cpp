@@ -31,6 +31,7 @@ std::string differences(const StoredRows& expected, const StoredRows& found) {
 /// The values of a row, which are in SQL notation and separated by commas.
 std::vector<std::string> valuesOf(const std::string& row) {
     std::vector<std::string> values(1);
+    // cppcheck-suppress variableScope ; carried from one character to the next
     bool quoted = false;
     for (const char c : row) {
         quoted = (c == '\'') != quoted;

@@ -171,11 +171,13 @@ std::vector<std::string> WatchedStore::watch(const std::string& what, const Call
     std::vector<std::string> told = platform().file;
     std::vector<std::string> prefixed;
     prefixed.reserve(told.size());
+    // cppcheck-suppress knownEmptyContainer ; the call fills it
     for (const std::string& line : told) {
         prefixed.push_back("[pelko]" + line);
         EXPECT_TRUE(!failedOperation(line).empty() || tellsNotReady(line)) << what << ": " << line;
     }
     EXPECT_EQ(platform().console, prefixed) << what;
+    // cppcheck-suppress unsignedLessThanZero ; as above
     EXPECT_LE(reported().failedSteps.size(), told.size())
         << what << " has not told of one of " << testing::PrintToString(reported().failedSteps)
         << ", only of " << testing::PrintToString(told);

@@ -76,14 +76,14 @@ void copyAllPages(const Database& from, const Database& to, ProgressBar& bar) {
     constexpr int pagesAtOnce = 256;
     constexpr int mostWaits = 200;  // in a row: ten seconds
     constexpr std::chrono::milliseconds wait(50);
-    const std::unique_ptr<sqlite3_backup, BackupFinisher> backup(
+    const std::unique_ptr<sqlite3_backup, BackupFinisher> copying(
         sqlite3_backup_init(to.handle(), "main", from.handle(), "main"));
-    if (!backup) {
+    if (!copying) {
         failBackup(from.file(), sqlite3_errcode(to.handle()));
     }
     for (int waits = 0;;) {
         stopIfInterrupted(noBackup);
-        const int result = sqlite3_backup_step(backup.get(), pagesAtOnce);
+        const int result = sqlite3_backup_step(copying.get(), pagesAtOnce);
         if (result == SQLITE_DONE) {
             return;
         }
@@ -95,8 +95,8 @@ void copyAllPages(const Database& from, const Database& to, ProgressBar& bar) {
         if (mustWait) {
             std::this_thread::sleep_for(wait);
         }
-        const int all = sqlite3_backup_pagecount(backup.get());
-        bar.show(static_cast<std::uintmax_t>(all - sqlite3_backup_remaining(backup.get())), "copying");
+        const int all = sqlite3_backup_pagecount(copying.get());
+        bar.show(static_cast<std::uintmax_t>(all - sqlite3_backup_remaining(copying.get())), "copying");
     }
 }
 

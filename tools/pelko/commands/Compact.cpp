@@ -87,7 +87,7 @@ void compactFile(const Database& database, CompactReport& report) {
     sqlite3_limit(database.handle(), SQLITE_LIMIT_ATTACHED, 1);
     database.execute("PRAGMA secure_delete = 1; VACUUM");
     report.isRewritten = true;
-    step = writingBack;
+    step = writingBack;  // cppcheck-suppress redundantAssignment ; the bar reads it in between
     // It is all in the log now; the file itself shrinks when the log is taken up.
     database.execute("PRAGMA wal_checkpoint(TRUNCATE)");
 }

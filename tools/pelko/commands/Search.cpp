@@ -138,17 +138,17 @@ private:
     /// and sorted anew for each hit in it.
     const std::vector<MessagePlace>& conversation(const Peer& peer) {
         const auto [known, isNew] = mConversations.try_emplace(peer);
-        std::vector<MessagePlace>& places = known->second;
+        std::vector<MessagePlace>& found = known->second;
         if (isNew) {
             Statement rows = mDatabase.prepare(std::string("SELECT ") + placeColumns +
                                                " FROM tbl_msg WHERE " + conversationCondition(peer));
             rows.bindIfUsed(1, mMe).bind(2, peer.id);
             while (rows.step()) {
-                places.push_back(placeOf(rows));
+                found.push_back(placeOf(rows));
             }
-            std::sort(places.begin(), places.end());
+            std::sort(found.begin(), found.end());
         }
-        return places;
+        return found;
     }
 
     const Database& mDatabase;
@@ -230,6 +230,7 @@ void search(const GlobalOptions& global, const SearchOptions& options) {
         search.requireKnown(options);
     }
     const std::size_t shown = std::min(count, places.size());
+    // cppcheck-suppress containerOutOfBounds ; nothing is added to the begin of an empty one
     const auto end = places.begin() + static_cast<std::ptrdiff_t>(shown);
     const auto newer = [](const MessagePlace& a, const MessagePlace& b) { return b < a; };
     std::partial_sort(places.begin(), end, places.end(), newer);

@@ -153,20 +153,20 @@ std::string Statement::text(int column) const {
 }
 
 Database::Database(const fs::path& file, int flags, const std::string& query) : mFile(file) {
-    sqlite3* handle = nullptr;
-    const int opened = sqlite3_open_v2(pelkoapi::fileUri(utf8Of(file), query).c_str(), &handle,
+    sqlite3* raw = nullptr;
+    const int opened = sqlite3_open_v2(pelkoapi::fileUri(utf8Of(file), query).c_str(), &raw,
                                        flags | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX, nullptr);
-    mHandle.reset(handle);
+    mHandle.reset(raw);
     if (opened != SQLITE_OK) {
-        throwError(utf8Of(mFile), handle, opened);
+        throwError(utf8Of(mFile), raw, opened);
     }
     if (query != inMemoryQuery) {
-        useKey(mFile, handle);
+        useKey(mFile, raw);
     }
-    if (const int refused = pelkoapi::trustNothing(handle); refused != SQLITE_OK) {
-        throwError(utf8Of(mFile), handle, refused);
+    if (const int refused = pelkoapi::trustNothing(raw); refused != SQLITE_OK) {
+        throwError(utf8Of(mFile), raw, refused);
     }
-    sqlite3_busy_timeout(handle, busyTimeoutMs);
+    sqlite3_busy_timeout(raw, busyTimeoutMs);
 }
 
 Database::Stamp Database::stampOf(const fs::path& file) {

@@ -36,8 +36,8 @@ private:
     }
 
     long long differences(std::initializer_list<DifferenceKind> kinds) const {
-        const auto& all = mInspection.schema.found;
-        return std::count_if(all.begin(), all.end(), [&](const SchemaDifference& difference) {
+        const auto& found = mInspection.schema.found;
+        return std::count_if(found.begin(), found.end(), [&](const SchemaDifference& difference) {
             return std::find(kinds.begin(), kinds.end(), difference.kind) != kinds.end();
         });
     }

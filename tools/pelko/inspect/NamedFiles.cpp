@@ -41,6 +41,7 @@ const std::optional<fs::path>& NamedFiles::resolved(const fs::path& folder) {
 
 bool NamedFiles::isThere(const std::string& storedPath) {
     // As for the store, a path ends at its first NUL byte.
+    // cppcheck-suppress stlcstrParam
     const fs::path place = attachmentPlace(mAccount, storedPath.c_str());  // NOLINT: cut at its NUL byte
     std::error_code error;
     const fs::file_status status = fs::symlink_status(place, error);

@@ -160,10 +160,10 @@ void PageFile::measureSizes() {
         most = 2 * asSaid.sound;  // only what fits much better contradicts the header
     }
     // Pages fill their size to the last byte, so that the wrong sizes find next to nothing.
-    for (std::uint32_t pageSize = 512; pageSize <= 65536; pageSize *= 2) {
-        if (const std::uint32_t sound = samplePages(mStream, size, pageSize, 0).sound; sound > most) {
+    for (std::uint32_t candidate = 512; candidate <= 65536; candidate *= 2) {
+        if (const std::uint32_t sound = samplePages(mStream, size, candidate, 0).sound; sound > most) {
             most = sound;
-            mMeasuredSize = pageSize;
+            mMeasuredSize = candidate;
         }
     }
     if (mHeader && mMeasuredSize != 0) {

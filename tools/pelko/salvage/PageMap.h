@@ -41,7 +41,13 @@ public:
 
     /// To be asked before following a payload to another page. Sound files need a few of these looks for each
     /// page; one that was made to lead in circles, or many times to the same place, gets no more than those.
-    bool mayFollow() { return mLooksLeft != 0 && mLooksLeft-- != 0; }
+    bool mayFollow() {
+        if (mLooksLeft == 0) {
+            return false;
+        }
+        --mLooksLeft;
+        return true;
+    }
 
     /// How many pages beyond the last one the trees name.
     std::uint32_t missingPages() const;

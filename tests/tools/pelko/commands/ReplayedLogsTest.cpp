@@ -159,7 +159,7 @@ private:
         return arguments;
     }
 
-    void expectRoom(const std::string& target, std::vector<ExpectedMessage> messages) const {
+    void expectRoom(const std::string& target, const std::vector<ExpectedMessage>& messages) const {
         const std::string id = target.substr(target.find(':') + 1);
         std::vector<ExpectedMessage> stored;
         for (const auto& row : rows("SELECT sender_id, text, date FROM tbl_msg WHERE receiver_type = 1 AND "

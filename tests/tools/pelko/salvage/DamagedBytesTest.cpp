@@ -38,9 +38,9 @@ protected:
     void change(std::size_t place) {
         for (const int by : {0x01, 0x20, 0xff}) {
             SCOPED_TRACE("byte " + std::to_string(place) + " changed by " + std::to_string(by));
-            std::string content = mContent;
-            content[place] = static_cast<char>(content[place] ^ by);
-            writeFile(mFile, content);
+            std::string changed = mContent;
+            changed[place] = static_cast<char>(changed[place] ^ by);
+            writeFile(mFile, changed);
             expectHonesty(salvage());
         }
     }

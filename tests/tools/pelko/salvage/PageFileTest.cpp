@@ -82,7 +82,6 @@ TEST_F(PagesOfAFile, AreWalkedInTheOrderOfTheirRows) {
     EXPECT_TRUE(walk.complete);
     EXPECT_THAT(walk.doubtful, IsEmpty());
     std::vector<std::uint32_t> leaves;
-    Bytes bytes;
     for (const auto& [row, its] : pages.rows.at("tbl_msg")) {
         // Its leaf is the one of its pages that is a tree's.
         for (const std::uint32_t page : its) {

@@ -39,11 +39,11 @@ protected:
     std::set<std::uint32_t> somePages(unsigned int seed, double part) const {
         std::mt19937 random(seed);
         const auto count = static_cast<std::size_t>(std::ceil(mPages.pageCount * part));
-        std::set<std::uint32_t> pages;
-        while (pages.size() < count) {
-            pages.insert(static_cast<std::uint32_t>(random() % mPages.pageCount) + 1);
+        std::set<std::uint32_t> some;
+        while (some.size() < count) {
+            some.insert(static_cast<std::uint32_t>(random() % mPages.pageCount) + 1);
         }
-        return pages;
+        return some;
     }
 
     /// Damages a copy and salvages it.
@@ -68,8 +68,8 @@ protected:
             back.insert(std::stoll(row.front()));
         }
         Tally tally;
-        for (const auto& [row, pages] : mPages.rows.at(table)) {
-            if (isUndamaged(pages)) {
+        for (const auto& [row, its] : mPages.rows.at(table)) {
+            if (isUndamaged(its)) {
                 ++tally.there;
                 tally.back += back.count(row) != 0 ? 1 : 0;
             }
