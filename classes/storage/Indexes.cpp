@@ -16,7 +16,7 @@ namespace pelkoapi {
 
 namespace {
 
-constexpr char operation[] = "createIndexesIfNotExist";
+constexpr char createIndexes[] = "createIndexesIfNotExist";
 
 // One-to-one conversations that get an index of their own: at most so many, because every insertion pays for
 // each of them, and only from so many messages on, since below that a page takes less than 2 ms without one.
@@ -80,7 +80,7 @@ void PelkoDBManager::createIndexesIfNotExist() {
                                         sql::tblRelationship, sql::username, sql::blockState),
     };
     for (const std::string& statement : indexes) {
-        if (!execSucceeds(operation, statement)) {
+        if (!execSucceeds(createIndexes, statement)) {
             // What stops one stops the others, each after waiting for it: the next opening tries again.
             return;
         }
@@ -97,7 +97,7 @@ void PelkoDBManager::indexBusyConversation() {
     if (me.empty() || me.find('\'') != std::string::npos) {
         return;  // no conversations, or none that can be queried
     }
-    withFailureLogged(operation, false, [&] {
+    withFailureLogged(createIndexes, false, [&] {
         const std::vector<std::string> busy = busyConversations(me);
         std::vector<std::string> made =
             firstColumn("SELECT name FROM sqlite_master WHERE type = 'index' AND name GLOB 'idx_msg_with_*'");

@@ -17,55 +17,55 @@ constexpr long long minS64 = std::numeric_limits<long long>::min();
 constexpr long long maxS64 = std::numeric_limits<long long>::max();
 
 // Choices from which a byte picks; the one behind the last is raw bytes.
-constexpr long long ids[] = {0,           1,          2,          3,          5,          7,
-                             77,          1001,       -1,         -5,         2147483647, 2147483648,
-                             -2147483648, 4294967295, 4294967296, 4294967297, 4294967301, 4294967303,
-                             -4294967295, maxS64,     minS64,     100};
-constexpr unsigned numbers[] = {0, 1, 2, 3, 10, 255, 2147483647, 2147483648U, 4294967295U, 4294967294U};
-constexpr std::string_view names[] = {"alice"sv,
-                                      "bob"sv,
-                                      "me"sv,
-                                      ""sv,
-                                      "o'brien"sv,
-                                      "5"sv,
-                                      "007"sv,
-                                      "+5"sv,
-                                      "-3"sv,
-                                      "7"sv,
-                                      "--5"sv,
-                                      "1+1"sv,
-                                      "a''b"sv,
-                                      "x'||'y"sv,
-                                      "100%s%n%d"sv,
-                                      "\xff\xfe\x80"sv,
-                                      "\xd0\xbf\xd1\x91\xd1\x81"sv,
-                                      "al\0ice"sv,
-                                      "al"sv,
-                                      "al\0'"sv,
-                                      "nobody' OR '1'='1"sv,
-                                      "-0"sv,
-                                      "Alice"sv,
-                                      "x', 1); --"sv,
-                                      "al'\0"sv,
-                                      "NULL"sv,
-                                      "0x10"sv,
-                                      "\xed\xa0\x80"sv,
-                                      "'"sv};
-constexpr std::string_view texts[] = {""sv,         "hello"sv,
-                                      "it's"sv,     "''"sv,
-                                      "a''b"sv,     "%d %s %n"sv,
-                                      "cut\0off"sv, "quote\0'"sv,
-                                      "x'||'y"sv,   "\xf0\x9f\x98\x80"sv,
-                                      "\xc3("sv,    "x' WHERE 1=1 --"sv,
-                                      "-- ; /*"sv,  "\n\t\x01"sv,
-                                      "12"sv,       "x'), (1, 2)"sv,
-                                      "\"`[;"sv};
-constexpr std::string_view paths[] = {
+constexpr long long idChoices[] = {0,           1,          2,          3,          5,          7,
+                                   77,          1001,       -1,         -5,         2147483647, 2147483648,
+                                   -2147483648, 4294967295, 4294967296, 4294967297, 4294967301, 4294967303,
+                                   -4294967295, maxS64,     minS64,     100};
+constexpr unsigned numberChoices[] = {0, 1, 2, 3, 10, 255, 2147483647, 2147483648U, 4294967295U, 4294967294U};
+constexpr std::string_view nameChoices[] = {"alice"sv,
+                                            "bob"sv,
+                                            "me"sv,
+                                            ""sv,
+                                            "o'brien"sv,
+                                            "5"sv,
+                                            "007"sv,
+                                            "+5"sv,
+                                            "-3"sv,
+                                            "7"sv,
+                                            "--5"sv,
+                                            "1+1"sv,
+                                            "a''b"sv,
+                                            "x'||'y"sv,
+                                            "100%s%n%d"sv,
+                                            "\xff\xfe\x80"sv,
+                                            "\xd0\xbf\xd1\x91\xd1\x81"sv,
+                                            "al\0ice"sv,
+                                            "al"sv,
+                                            "al\0'"sv,
+                                            "nobody' OR '1'='1"sv,
+                                            "-0"sv,
+                                            "Alice"sv,
+                                            "x', 1); --"sv,
+                                            "al'\0"sv,
+                                            "NULL"sv,
+                                            "0x10"sv,
+                                            "\xed\xa0\x80"sv,
+                                            "'"sv};
+constexpr std::string_view textChoices[] = {""sv,         "hello"sv,
+                                            "it's"sv,     "''"sv,
+                                            "a''b"sv,     "%d %s %n"sv,
+                                            "cut\0off"sv, "quote\0'"sv,
+                                            "x'||'y"sv,   "\xf0\x9f\x98\x80"sv,
+                                            "\xc3("sv,    "x' WHERE 1=1 --"sv,
+                                            "-- ; /*"sv,  "\n\t\x01"sv,
+                                            "12"sv,       "x'), (1, 2)"sv,
+                                            "\"`[;"sv};
+constexpr std::string_view pathChoices[] = {
     ""sv,        "/app/a.jpg"sv, "/app/b/c.amr"sv, "a.jpg"sv, "/elsewhere/d"sv, "/app"sv,   "/app/"sv,
     "/app//e"sv, "/app-old/f"sv, "/app/it's"sv,    "../g"sv,  "/app/h\0i"sv,    "/app/%s"sv};
 
 template <typename Value, std::size_t size>
-constexpr unsigned count(const Value (&)[size]) {
+constexpr unsigned sizeOf(const Value (&)[size]) {
     return static_cast<unsigned>(size);
 }
 
@@ -88,11 +88,11 @@ long long FuzzInput::rawNumber() {
 }
 
 std::string FuzzInput::rawText() {
-    std::string text(byte(), '\0');
-    for (char& c : text) {
+    std::string bytes(byte(), '\0');
+    for (char& c : bytes) {
         c = static_cast<char>(byte());
     }
-    return text;
+    return bytes;
 }
 
 unsigned FuzzInput::choiceOf(unsigned count) {
@@ -101,8 +101,8 @@ unsigned FuzzInput::choiceOf(unsigned count) {
 }
 
 long long FuzzInput::id() {
-    const unsigned choice = choiceOf(count(ids));
-    return choice < count(ids) ? ids[choice] : rawNumber();
+    const unsigned choice = choiceOf(sizeOf(idChoices));
+    return choice < sizeOf(idChoices) ? idChoices[choice] : rawNumber();
 }
 
 long long FuzzInput::rowId() {
@@ -118,8 +118,8 @@ long long FuzzInput::rowId() {
 }
 
 unsigned FuzzInput::number() {
-    const unsigned choice = below(count(numbers) + 1);
-    return choice < count(numbers) ? numbers[choice] : static_cast<unsigned>(rawNumber());
+    const unsigned choice = below(sizeOf(numberChoices) + 1);
+    return choice < sizeOf(numberChoices) ? numberChoices[choice] : static_cast<unsigned>(rawNumber());
 }
 
 int FuzzInput::enumerator(int last) {
@@ -129,8 +129,8 @@ int FuzzInput::enumerator(int last) {
 }
 
 std::string FuzzInput::name() {
-    const unsigned choice = choiceOf(count(names));
-    std::string name(choice < count(names) ? std::string(names[choice]) : rawText());
+    const unsigned choice = choiceOf(sizeOf(nameChoices));
+    std::string name(choice < sizeOf(nameChoices) ? std::string(nameChoices[choice]) : rawText());
     if (name.size() > 18 && isDecimalNumber(name)) {
         name.insert(0, 1, 'n');
     }
@@ -138,17 +138,17 @@ std::string FuzzInput::name() {
 }
 
 std::string FuzzInput::text() {
-    const unsigned choice = below(count(texts) + 2);
-    if (choice < count(texts)) {
-        return std::string(texts[choice]);
+    const unsigned choice = below(sizeOf(textChoices) + 2);
+    if (choice < sizeOf(textChoices)) {
+        return std::string(textChoices[choice]);
     }
     // The second is longer than the buffer in which short statements are formatted.
-    return choice == count(texts) ? rawText() : std::string(1000 + below(64), 'L');
+    return choice == sizeOf(textChoices) ? rawText() : std::string(1000 + below(64), 'L');
 }
 
 std::string FuzzInput::path() {
-    const unsigned choice = below(count(paths) + 1);
-    return choice < count(paths) ? std::string(paths[choice]) : rawText();
+    const unsigned choice = below(sizeOf(pathChoices) + 1);
+    return choice < sizeOf(pathChoices) ? std::string(pathChoices[choice]) : rawText();
 }
 
 PelkoChatTarget FuzzInput::target() {

@@ -102,7 +102,7 @@ StoredRows common(const StoredRows& a, const StoredRows& b) {
     return rows;
 }
 
-std::string testName(const testing::TestParamInfo<StoreOperation>& info) {
+std::string operationOf(const testing::TestParamInfo<StoreOperation>& info) {
     return info.param.name;
 }
 
@@ -277,6 +277,6 @@ TEST_P(OperationFaults, EachCallToWhatItStandsOn) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, OperationFaults, testing::ValuesIn(storeOperations()), testName);
+INSTANTIATE_TEST_SUITE_P(All, OperationFaults, testing::ValuesIn(storeOperations()), operationOf);
 
 }  // namespace pelkotest

@@ -23,7 +23,7 @@ namespace {
 using pelkoapi::PelkoDBManagerTestAccess;
 using pelkoapi::PelkoMessage;
 
-std::string testName(const testing::TestParamInfo<FaultKind>& info) {
+std::string kindOf(const testing::TestParamInfo<FaultKind>& info) {
     return nameOf(info.param);
 }
 
@@ -141,7 +141,7 @@ TEST_P(SetUpFaults, OfAFileThatAKilledProcessLeft) {
     failSetUpOn(abandonedFile());
 }
 
-INSTANTIATE_TEST_SUITE_P(All, SetUpFaults, testing::ValuesIn(allFaultKinds()), testName);
+INSTANTIATE_TEST_SUITE_P(All, SetUpFaults, testing::ValuesIn(allFaultKinds()), kindOf);
 
 class TearDownFaults : public FaultsOfKind {};
 
@@ -173,7 +173,7 @@ TEST_P(TearDownFaults, KeepsWhatWasStored) {
     });
 }
 
-INSTANTIATE_TEST_SUITE_P(All, TearDownFaults, testing::ValuesIn(allFaultKinds()), testName);
+INSTANTIATE_TEST_SUITE_P(All, TearDownFaults, testing::ValuesIn(allFaultKinds()), kindOf);
 
 class TransactionFaults : public FaultsOfKind {
 protected:
@@ -275,6 +275,6 @@ TEST_P(TransactionFaults, InAnOperationWithinOne) {
     });
 }
 
-INSTANTIATE_TEST_SUITE_P(All, TransactionFaults, testing::ValuesIn(allFaultKinds()), testName);
+INSTANTIATE_TEST_SUITE_P(All, TransactionFaults, testing::ValuesIn(allFaultKinds()), kindOf);
 
 }  // namespace pelkotest

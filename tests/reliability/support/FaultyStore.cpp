@@ -170,13 +170,13 @@ void FaultyStore::close() {
     EXPECT_EQ(sqlite3_memory_used(), 0) << "SQLite has memory that nobody gave back";
 }
 
-Attempt FaultyStore::attempt(const FaultPlan& plan, const std::function<void()>& work) {
+Attempt FaultyStore::attempt(const FaultPlan& faultPlan, const std::function<void()>& work) {
     platform().console.clear();
     platform().file.clear();
     Attempt result;
     std::string other;
     {
-        const ArmedFault fault(plan);
+        const ArmedFault fault(faultPlan);
         try {
             work();
         } catch (const std::bad_alloc&) {
@@ -189,7 +189,8 @@ Attempt FaultyStore::attempt(const FaultPlan& plan, const std::function<void()>&
         result.hits = fault.hits();
     }
     EXPECT_EQ(other, "");
-    EXPECT_TRUE(!result.memoryRanOut || plan.kind == FaultKind::OwnMemory) << "nobody threw std::bad_alloc";
+    EXPECT_TRUE(!result.memoryRanOut || faultPlan.kind == FaultKind::OwnMemory)
+        << "nobody threw std::bad_alloc";
     result.logged = platform().file;
     expectLogOf(result);
     return result;

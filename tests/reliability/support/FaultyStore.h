@@ -64,7 +64,7 @@ protected:
 
     /// Does the work with the fault in it. Fails the test when anything passes to the caller but
     /// std::bad_alloc or CppSQLite3Exception, or when the log is not what a failure is to leave in it.
-    static Attempt attempt(const FaultPlan& plan, const std::function<void()>& work);
+    static Attempt attempt(const FaultPlan& faultPlan, const std::function<void()>& work);
 
     /// Does the work and expects that it logs nothing.
     static void expectQuiet(const std::function<void()>& work);
