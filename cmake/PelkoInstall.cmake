@@ -37,8 +37,10 @@ elseif(PELKO_SQLITE STREQUAL "sqlcipher")
     set(sqlite_find "list(APPEND CMAKE_MODULE_PATH \${CMAKE_CURRENT_LIST_DIR})\nfind_dependency(SQLCipher)")
     set(sqlite_requires "sqlcipher")
 elseif(NOT BUILD_SHARED_LIBS)
-    # It is an archive of ours. A shared store holds it, and shows nothing of it.
+    # It is an archive of ours. A shared store holds it, and shows nothing of it. A client that also uses SQLite
+    # itself uses this copy, by its header.
     list(APPEND libraries pelko_sqlite3)
+    install(FILES "${PELKO_SQLITE}/sqlite3.h" DESTINATION ${header_folder} COMPONENT dev)
     set_target_properties(pelko_sqlite3 PROPERTIES EXPORT_NAME sqlite)
     set(sqlite_find "find_dependency(Threads)")
     set(sqlite_libs "-lpelko_sqlite3 -lpthread -lm")
