@@ -96,7 +96,7 @@ std::string Reference::judge(const fs::path& folder, const std::vector<Progress>
     try {
         for (auto run = runs.begin(); run + 1 != runs.end(); ++run) {
             const auto manager = managerIn(mFolder.path());
-            const std::string failure = follow(*manager, *run);
+            std::string failure = follow(*manager, *run);
             if (!failure.empty()) {
                 return failure;
             }
@@ -134,7 +134,7 @@ std::string Reference::follow(pelkoapi::PelkoDBManager& manager, const Progress&
 
 std::string Reference::judgeRows(const StoredRows& found, const Progress& run) {
     const auto manager = managerIn(mFolder.path());
-    const std::string failure = follow(*manager, run);
+    std::string failure = follow(*manager, run);
     if (!failure.empty()) {
         return failure;
     }

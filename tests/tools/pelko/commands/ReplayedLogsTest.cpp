@@ -67,7 +67,7 @@ void expectLog(const fs::path& log, ExpectedLogs& expected) {
             ExpectedMessage found;
             found.nick = rest.substr(0, nickEnd);
             found.text = isAction ? (text.empty() ? "/me" : "/me " + text) : text;
-            found.minute = midnightOf(log) + hour * 60 + minute;
+            found.minute = midnightOf(log) + hour * 60LL + minute;
             expected.rooms[log.parent_path().filename().string()].push_back(found);
             ++expected.messages;
         } else if (line.rfind("===", 0) == 0) {

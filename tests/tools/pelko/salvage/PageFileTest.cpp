@@ -37,7 +37,8 @@ TEST_F(PagesOfAFile, AreThoseOfTheFile) {
     Bytes page;
     for (std::uint32_t number = 1; number <= file.pageCount(); ++number) {
         ASSERT_TRUE(file.read(number, page));
-        EXPECT_EQ(std::string(page.begin(), page.end()), content.substr((number - 1) * 4096, 4096));
+        EXPECT_EQ(std::string(page.begin(), page.end()),
+                  content.substr((std::size_t{number} - 1) * 4096, 4096));
     }
     EXPECT_FALSE(file.read(0, page));
     EXPECT_FALSE(file.read(file.pageCount() + 1, page));
