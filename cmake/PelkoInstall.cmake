@@ -80,10 +80,13 @@ endforeach()
 if(PELKO_BUILD_TOOL)
     set(pages ${PROJECT_BINARY_DIR}/pages)
     file(MAKE_DIRECTORY ${pages})
+    # By its path: built for another machine that this one runs without an emulator, its name is not replaced.
+    set(run ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:pelko>)
     add_custom_command(OUTPUT ${pages}/pelko.1 ${pages}/pelko ${pages}/_pelko
-        COMMAND pelko manual >${pages}/pelko.1
-        COMMAND pelko completion bash >${pages}/pelko
-        COMMAND pelko completion zsh >${pages}/_pelko)
+        COMMAND ${run} manual >${pages}/pelko.1
+        COMMAND ${run} completion bash >${pages}/pelko
+        COMMAND ${run} completion zsh >${pages}/_pelko
+        DEPENDS pelko)
     add_custom_target(pelko_pages ALL DEPENDS ${pages}/pelko.1)
     install(TARGETS pelko RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
     install(FILES ${pages}/pelko.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
